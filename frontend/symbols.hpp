@@ -1,0 +1,49 @@
+// Variables: symbols in scope tables on one process-wide scope stack.
+#pragma once
+#include <vector>
+
+#include "frontend/names.hpp"
+#include "runtime/value.hpp"
+
+namespace marl {
+
+struct func_data;
+
+struct Symbol {
+  Name *name;               // interned (already cut to 128 bytes)
+  bool refersToGlobal = false;
+  Value value;
+};
+
+enum ScopeKind : int { SCOPE_BLOCK = 0, SCOPE_GLOBAL = 1, SCOPE_FUNCTION = 2 };
+
+struct SymMan {
+  std::vector<Symbol *> symbols;  // declaration order
+  int kind = SCOPE_BLOCK;
+  SymMan *statics = nullptr;      // a function scope: its function's static table
+  Symbol *findHere(Name *n) const {
+    for (Symbol *s : symbols)
+      if (s->name == n) return s;
+    return nullptr;
+  }
+  void clear();
+  ~SymMan() { clear(); }
+};
+
+// Scope stack operations.
+void pushGlobalScope();
+SymMan *pushScope(int kind);
+void popScopesTo(size_t depth);
+size_t scopeDepth();
+SymMan *innermostScope();
+SymMan *globalScope();
+const std::vector<SymMan *> &scopeStack();
+
+// Appends a new symbol holding null.
+Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal = false);
+// Walks from the innermost scope out to the first function boundary, then
+// the global scope; follows extern links. Null when not found.
+Symbol *lookupVariable(Name *name);
+Symbol *findGlobal(Name *name);
+
+}  // namespace marl

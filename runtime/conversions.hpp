@@ -1,0 +1,46 @@
+// How values become text and numbers.
+#pragma once
+#include <string>
+#include <string_view>
+
+#include "runtime/value.hpp"
+
+namespace marl {
+
+// The quiet NaN (bits 0x7FFFFFFFFFFFFFFF) that non-numeric text converts to.
+double nanValue();
+
+// Plain text: numbers through the number format, "true"/"false", "null",
+// string bytes, "<type:address>" for other objects.
+std::string toText(const Value &v);
+void appendText(std::string &out, const Value &v);
+std::string numberText(double d);
+// Structural rendering, as the console shows results; cut to "..." at depth 11.
+std::string toInspectText(const Value &v, int depth = 0);
+// Quoted and escaped; a Shift_JIS pair is copied as it is.
+std::string quoteText(std::string_view bytes);
+
+double toNumber(const Value &v);
+bool tryToNumber(const Value &v, double &out);
+// The seven numeric text forms; false when the whole text matches none.
+bool parseNumericText(std::string_view s, double &out);
+
+// Strict argument conversions of built-ins; they raise their message at `line`.
+int32_t argInteger(int line, const Value &v);
+double argNumber(int line, const Value &v);
+const std::string &argString(int line, const Value &v);
+
+Value toInt32Value(const Value &v);
+Value toUint32Value(const Value &v);
+Value toNumberValue(const Value &v);
+Value toNumberOrNull(const Value &v);
+
+// The process-wide number format, initially "%.10g".
+const std::string &numberFormat();
+std::string setNumberFormat(std::string fmt);  // returns the previous one
+
+// Shift_JIS byte classes of the internal encoding.
+inline bool isLeadByte(unsigned char c) { return (c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC); }
+inline bool isTrailByte(unsigned char c) { return (c >= 0x40 && c <= 0x7E) || (c >= 0x80 && c <= 0xFC); }
+
+}  // namespace marl

@@ -1,0 +1,117 @@
+// Counted script objects, the registry of live objects and the collector.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "runtime/value.hpp"
+
+namespace marl {
+
+class BStream;
+class MRef;
+
+// Objects still to be marked; the mark phase walks it instead of recursing,
+// so arbitrarily deep nesting cannot overflow the C stack.
+using MarkStack = std::vector<MRef *>;
+
+struct RegistryLink {
+  RegistryLink *prev = nullptr;
+  RegistryLink *next = nullptr;
+};
+
+class MRef : public RegistryLink {
+ public:
+  int32_t refs = 0;
+  int32_t locks = 0;
+  bool marked = false;
+  ObjType type;
+
+  explicit MRef(ObjType t = ObjType::Other);
+  virtual ~MRef();
+  MRef(const MRef &) = delete;
+  MRef &operator=(const MRef &) = delete;
+
+  virtual MRef *clone() const { return nullptr; }
+  virtual const char *typeName() const { return "unknown"; }
+  virtual bool serialize(BStream &) const { return false; }
+  virtual bool deserialize(BStream &) { return false; }
+  // Pushes every object this one holds; the collector marks them.
+  virtual void pushChildren(MarkStack &) const {}
+};
+
+// The registry. Objects sit in an intrusive list, so entering and leaving it
+// is O(1); its order (creation order) is not observable by scripts.
+struct MObjMan {
+  RegistryLink head;  // sentinel of the circular list
+  size_t count = 0;
+  size_t threshold = 16;
+  bool collecting = false;
+  bool sweeping = false;
+  bool draining = false;               // freeing objects whose counters reached 0
+  std::vector<MRef *> pendingFree;     // freed iteratively, never recursively
+  MObjMan() { head.prev = head.next = &head; }
+};
+
+extern MObjMan objman;
+
+inline bool sweepingNow() { return objman.sweeping; }
+
+// Destroys an object whose counters both reached 0. Nested containers are
+// freed from a work list, so a long chain does not recurse.
+void destroyObject(MRef *o);
+[[noreturn]] void counterUnderflow(const char *which);
+
+inline void lockObject(MRef *o) { ++o->locks; }
+inline void holdObject(MRef *o) { ++o->refs; }
+inline void rellockObject(MRef *o) {
+  if (--o->locks <= 0) {
+    if (o->locks < 0) counterUnderflow("Internal error in MRef::rellock()");
+    if (o->refs == 0) destroyObject(o);
+  }
+}
+inline void releaseObject(MRef *o) {
+  if (--o->refs <= 0) {
+    if (o->refs < 0) counterUnderflow("Internal error in MRef::release()");
+    if (o->locks == 0) destroyObject(o);
+  }
+}
+
+inline bool Value::is(ObjType t) const { return object && object->type == t; }
+
+// Marks the roots that live outside the registry (scopes, functions' static
+// tables). Installed by the evaluator.
+using RootMarker = void (*)(MarkStack &);
+void setRootMarker(RootMarker m);
+
+// Runs a finalizer; installed by the evaluator (it calls script functions).
+class MHandle;
+using Finalizer = void (*)(MHandle *);
+void setFinalizer(Finalizer f);
+
+void collect(bool runFinalizers);
+// An automatic collection, then the next threshold from the live count.
+void collectAndAdjust();
+inline void maybeCollect() {
+  if (objman.count >= objman.threshold && !objman.collecting) collectAndAdjust();
+}
+// Finalizes every handle not yet finalized; errors are printed and skipped.
+void finalCleanup();
+// Destroys every remaining object (the last step of teardown).
+void releaseAllObjects();
+
+// Truth test: NaN, 0, null, "", empty array and empty hash are false.
+bool truth(const Value &v);
+
+// An object with a finalizer: no built-in creates one, but the collector and
+// the final cleanup honour it.
+class MHandle : public MRef {
+ public:
+  bool finalized = false;
+  Value finalizer;  // an MFuncRef
+  Value argument;
+  MHandle() : MRef(ObjType::Handle) {}
+  const char *typeName() const override { return "handle"; }
+};
+
+}  // namespace marl
