@@ -42,6 +42,11 @@ struct FuncInfo {
   func_data *find(int argc) const;
 };
 
+// A running call holds its variant, so redefining a function inside its own
+// body does not free what is executing.
+inline void retainVariant(func_data *d) { d->counter++; }
+void releaseVariant(func_data *d);
+
 void retainFunc(FuncInfo *f);
 void releaseFunc(FuncInfo *f);  // "Internal error in FuncInfo::release()" below zero
 

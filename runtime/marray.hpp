@@ -25,8 +25,6 @@ class MArray : public MRef {
 
   MRef *clone() const override;
   const char *typeName() const override { return "array"; }
-  bool serialize(BStream &s) const override;
-  bool deserialize(BStream &s) override;
   void pushChildren(MarkStack &stack) const override;
 };
 

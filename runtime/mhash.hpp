@@ -29,8 +29,6 @@ class MHash : public MRef {
 
   MRef *clone() const override;
   const char *typeName() const override { return "hash"; }
-  bool serialize(BStream &s) const override;
-  bool deserialize(BStream &s) override;
   void pushChildren(MarkStack &stack) const override;
 };
 

@@ -2,6 +2,7 @@
 # Configures and builds one variant. Usage: tools/build.sh [release|asan] [build-dir]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/tools/install-deps.sh"
 variant=${1:-release}
 dir=${2:-$root/build}
 [ "$variant" = asan ] && dir=${2:-$root/build-asan}

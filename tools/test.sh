@@ -2,7 +2,6 @@
 # Installs what is missing, builds the release and the sanitizer variants and runs every test.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-"$root/tools/install-deps.sh"
 "$root/tools/build.sh" release "$root/build"
 (cd "$root/build" && ctest --output-on-failure -j "$(nproc)")
 "$root/tools/build.sh" asan "$root/build-asan"

@@ -1,0 +1,208 @@
+// Reading and assigning places: names, array elements, hash keys and members.
+#include "eval/access.hpp"
+
+#include <cmath>
+
+#include "eval/error.hpp"
+#include "eval/evaluator.hpp"
+#include "runtime/conversions.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
+#include "runtime/mstring.hpp"
+
+namespace marl {
+
+namespace {
+
+long long truncIndex(double d) {
+  double t = std::trunc(d);
+  if (std::isnan(t)) return 0;
+  if (t > 9.0e18) return static_cast<long long>(9.0e18);
+  if (t < -9.0e18) return static_cast<long long>(-9.0e18);
+  return static_cast<long long>(t);
+}
+
+// The index shown in "Array range error index:=%d" is the truncated index as
+// a 32-bit integer.
+int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i)); }
+
+[[noreturn]] void notDeclared(int line, Name *name) {
+  raise_error(line, "Symbol %s not declared", (name->var ? name->var : name)->text.c_str());
+}
+
+Symbol *assignableSymbol(Name *name, int line) {
+  Symbol *s = lookupVariable(name);
+  if (s) return s;
+  if (strictMode()) notDeclared(line, name);
+  return declare(innermostScope(), name);
+}
+
+}  // namespace
+
+Symbol *declareHere(Name *name, int line, bool strictCheck) {
+  SymMan *scope = innermostScope();
+  Name *vn = name->var ? name->var : name;
+  Symbol *s = scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn);
+  if (s) {
+    if (strictCheck && strictMode()) raise_error(line, "Symbol %s already declared", vn->text.c_str());
+    return s;
+  }
+  return declare(scope, vn);
+}
+
+void s_get(Context &ctx, Value &result, Node *node) {
+  switch (node->opcode) {
+    case OP_NAME: {
+      Symbol *s = lookupVariable(node->payload.name);
+      if (!s) notDeclared(node->line, node->payload.name);
+      result = s->value;
+      return;
+    }
+    case OP_INDEX: {
+      Value container, index;
+      evaluate(ctx, container, node->left);
+      evaluate(ctx, index, node->right);
+      if (MArray *a = asArray(container)) {
+        if (!index.isNumeric()) raise_error(node->line, "Array index must be number");
+        long long i = truncIndex(index.number);
+        const HeldValue *h = a->at(i);
+        if (!h) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
+        result = h->get();
+        return;
+      }
+      if (MHash *h = asHash(container)) {
+        MString *k = asString(index);
+        if (!k) raise_error(node->line, "Hash index must be string");
+        const HeldValue *e = h->find(k->text);
+        if (e)
+          result = e->get();
+        else
+          result.setNull();
+        return;
+      }
+      raise_error(node->line, "Bad array operation for non-array object");
+    }
+    case OP_MEMBER: {
+      Value container;
+      evaluate(ctx, container, node->left);
+      MHash *h = asHash(container);
+      if (!h) raise_error(node->line, "Bad type operation in operator .");
+      const std::string &name = node->right->payload.name->text;
+      const HeldValue *e = h->find(name);
+      if (!e) raise_error(node->line, "Hash member %s is not declared in operator .", name.c_str());
+      result = e->get();
+      return;
+    }
+  }
+  raise_error(node->line, "Internal error in s_get()");
+}
+
+void resolvePlace(Context &ctx, Node *node, Place &place) {
+  place.line = node->line;
+  switch (node->opcode) {
+    case OP_NAME:
+      place.kind = Place::Variable;
+      place.symbol = assignableSymbol(node->payload.name, node->line);
+      return;
+    case OP_INDEX: {
+      Value index;
+      evaluate(ctx, place.container, node->left);
+      evaluate(ctx, index, node->right);
+      if (asArray(place.container)) {
+        if (!index.isNumeric()) raise_error(node->line, "Array index must be number");
+        place.kind = Place::Element;
+        place.index = truncIndex(index.number);
+        return;
+      }
+      if (asHash(place.container)) {
+        MString *k = asString(index);
+        if (!k) raise_error(node->line, "Hash index must be string");
+        place.kind = Place::Key;
+        place.key = k->text;
+        return;
+      }
+      raise_error(node->line, "Bad array operation for non-array object");
+    }
+    case OP_MEMBER: {
+      evaluate(ctx, place.container, node->left);
+      if (!asHash(place.container)) raise_error(node->line, "Bad type operation in operator .");
+      place.kind = Place::Member;
+      place.key = node->right->payload.name->text;
+      return;
+    }
+    case OP_CALL:
+      raise_error(node->line, "Bad type operation in operator .");
+  }
+  raise_error(node->line, "Internal error in s_set()");
+}
+
+void readPlace(const Place &place, Value &result) {
+  switch (place.kind) {
+    case Place::Variable: result = place.symbol->value; return;
+    case Place::Element: {
+      const HeldValue *h = asArray(place.container)->at(place.index);
+      if (!h) raise_error(place.line, "Array range error index:=%d", shownIndex(place.index));
+      result = h->get();
+      return;
+    }
+    case Place::Key: {
+      const HeldValue *e = asHash(place.container)->find(place.key);
+      if (e)
+        result = e->get();
+      else
+        result.setNull();
+      return;
+    }
+    case Place::Member: {
+      const HeldValue *e = asHash(place.container)->find(place.key);
+      if (!e)
+        raise_error(place.line, "Hash member %s is not declared in operator .", place.key.c_str());
+      result = e->get();
+      return;
+    }
+  }
+}
+
+void writePlace(Place &place, const Value &value) {
+  switch (place.kind) {
+    case Place::Variable: place.symbol->value = value; return;
+    case Place::Element:
+      if (!asArray(place.container)->set(place.index, value))
+        raise_error(place.line, "Array range error index:=%d", shownIndex(place.index));
+      return;
+    case Place::Key: asHash(place.container)->set(place.key, value); return;
+    case Place::Member: {
+      MHash *h = asHash(place.container);
+      if (!h->find(place.key))
+        raise_error(place.line, "Hash member %s is not declared in operator .", place.key.c_str());
+      h->set(place.key, value);
+      return;
+    }
+  }
+}
+
+void s_set(Context &ctx, Node *node, const Value &value) {
+  if (node->opcode == OP_NAME) {
+    assignableSymbol(node->payload.name, node->line)->value = value;
+    return;
+  }
+  if (node->opcode == OP_ARRAY) {
+    MArray *src = asArray(value);
+    long long i = 0;
+    for (Node *t = node->left; t; t = t->next, i++) {
+      if (t->opcode == OP_NULL) continue;
+      if (src) {
+        const HeldValue *h = src->at(i);
+        s_set(ctx, t, h ? h->get() : Value());
+      } else {
+        s_set(ctx, t, value);
+      }
+    }
+    return;
+  }
+  Place place;
+  resolvePlace(ctx, node, place);
+  writePlace(place, value);
+}
+
+}  // namespace marl

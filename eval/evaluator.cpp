@@ -1,0 +1,792 @@
+// The tree-walking evaluator: one dispatch on opcodes.
+#include "eval/evaluator.hpp"
+
+#include <cmath>
+#include <unordered_map>
+
+#include "eval/access.hpp"
+#include "eval/error.hpp"
+#include "eval/funcref.hpp"
+#include "eval/operators.hpp"
+#include "eval/regex_ops.hpp"
+#include "frontend/symbols.hpp"
+#include "runtime/conversions.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
+#include "runtime/mstring.hpp"
+
+namespace marl {
+
+namespace {
+
+bool strictFlag = false;
+constexpr size_t kMaxScopes = 1000;
+
+// Functions defined inside braces get one table entry per definition node,
+// so their static variables persist like those of top-level functions.
+std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
+
+// Arguments live on the C stack for the common small counts.
+class ArgBuffer {
+ public:
+  explicit ArgBuffer(size_t n) : n_(n) {
+    if (n > kInline) heap_ = new Value[n];
+  }
+  ~ArgBuffer() { delete[] heap_; }
+  Value *data() { return heap_ ? heap_ : inline_; }
+  Args args() { return Args{data(), n_}; }
+
+ private:
+  static constexpr size_t kInline = 6;
+  Value inline_[kInline];
+  Value *heap_ = nullptr;
+  size_t n_;
+};
+
+size_t countList(Node *n) {
+  size_t c = 0;
+  for (; n; n = n->next) c++;
+  return c;
+}
+
+[[noreturn]] void badBreak(int line) { raise_error(line, "Bad break or continue"); }
+
+// Consumes a pending break/continue at a loop. Returns true when the loop must
+// end (break here, or a jump that belongs to an outer construct).
+inline bool loopShouldExit(Context &ctx, bool &continuing) {
+  continuing = false;
+  if (ctx.jump == JUMP_NONE) return false;
+  if (ctx.jump == JUMP_RETURN) return true;
+  if (--ctx.remaining > 0) return true;
+  int kind = ctx.jump;
+  ctx.clearJump();
+  if (kind == JUMP_BREAK) return true;
+  continuing = true;
+  return false;
+}
+
+int jumpLevel(Context &ctx, Node *node) {
+  if (!node->left) return 1;
+  Value v;
+  evaluate(ctx, v, node->left);
+  double d = toNumber(v);
+  if (std::isnan(d) || std::trunc(d) < 1)
+    raise_error(node->line, "break/continue level must be 1 or larger value");
+  double t = std::trunc(d);
+  return t > 1e9 ? 1000000000 : static_cast<int>(t);
+}
+
+void declareArraySize(Context &ctx, Symbol *sym, Node *decl) {
+  if (!decl->right) {
+    sym->value = Value(new MArray());
+    return;
+  }
+  Value size;
+  evaluate(ctx, size, decl->right);
+  if (!size.isNumeric()) raise_error(decl->line, "Array size declaration must be number");
+  double n = std::trunc(size.number);
+  if (!(n > 0)) n = 0;
+  // A declaration is not allowed to exhaust memory silently.
+  if (n > 268435456.0) raise_error(decl->line, "Array size too large");
+  sym->value = Value(new MArray(static_cast<size_t>(n)));
+}
+
+Name *declaratorName(Node *d) {
+  if (d->opcode == OP_NAME) return d->payload.name;
+  if (d->opcode == OP_ASSIGN || d->opcode == OP_INDEX) return d->left->payload.name;
+  return nullptr;
+}
+
+void initialiseDeclarator(Context &ctx, Symbol *sym, Node *d) {
+  if (d->opcode == OP_ASSIGN) {
+    Value v;
+    evaluate(ctx, v, d->right);
+    sym->value = v;
+  } else if (d->opcode == OP_INDEX) {
+    declareArraySize(ctx, sym, d);
+  }
+}
+
+void evalVar(Context &ctx, Node *node) {
+  for (Node *d = node->left; d; d = d->next) {
+    Name *name = declaratorName(d);
+    Symbol *sym = declareHere(name, d->line, true);
+    initialiseDeclarator(ctx, sym, d);
+  }
+}
+
+SymMan *functionStatics(int line);
+
+void evalStatic(Context &ctx, Node *node) {
+  for (Node *d = node->left; d; d = d->next) {
+    Name *name = declaratorName(d);
+    Name *vn = name->var ? name->var : name;
+    SymMan *table = functionStatics(d->line);
+    if (table->findHere(vn)) continue;
+    Symbol *sym = declare(table, vn);
+    initialiseDeclarator(ctx, sym, d);
+  }
+}
+
+void evalExtern(Node *node) {
+  for (Node *d = node->left; d; d = d->next) {
+    Name *name = d->payload.name;
+    Name *vn = name->var ? name->var : name;
+    SymMan *scope = innermostScope();
+    if (strictMode() && (scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn)))
+      raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
+    if (scope->kind == SCOPE_GLOBAL) raise_error(d->line, "Variable cannot extern from global scope");
+    Symbol *s = scope->findHere(vn);
+    if (s)
+      s->refersToGlobal = true;
+    else
+      declare(scope, vn, true);
+  }
+}
+
+// The static table of the running function: the nearest function scope's,
+// made on first use; at the top level, the global scope.
+std::vector<func_data *> runningFunctions;
+
+SymMan *functionStatics(int) {
+  if (runningFunctions.empty()) return globalScope();
+  func_data *fd = runningFunctions.back();
+  if (!fd->statics) {
+    fd->statics = new SymMan();
+    fd->statics->kind = SCOPE_FUNCTION;
+    const auto &stack = scopeStack();
+    for (size_t i = stack.size(); i-- > 0;) {
+      if (stack[i]->kind == SCOPE_FUNCTION) {
+        stack[i]->statics = fd->statics;
+        break;
+      }
+    }
+  }
+  return fd->statics;
+}
+
+void evalCall(Context &ctx, Value &result, Node *node) {
+  size_t argc = countList(node->left);
+  ArgBuffer buf(argc);
+  Value *argv = buf.data();
+  size_t i = 0;
+  for (Node *a = node->left; a; a = a->next) evaluate(ctx, argv[i++], a);
+  Node *callee = node->right;
+  if (callee->opcode == OP_NAME) {
+    func_data *fd = nullptr;
+    if (node->cacheGen == functionGeneration()) {
+      fd = node->cachedFunc;
+    } else {
+      FuncInfo *f = findFunction(callee->payload.name);
+      fd = f ? f->find(static_cast<int>(argc)) : nullptr;
+      node->cachedFunc = fd;
+      node->cacheGen = functionGeneration();
+    }
+    if (fd) {
+      call_function(ctx, result, node->line, fd, buf.args());
+      return;
+    }
+    Symbol *s = lookupVariable(callee->payload.name);
+    if (s && s->value.is(ObjType::FuncRef)) {
+      Value fn = s->value;
+      call_value(ctx, result, node->line, fn, buf.args(), nullptr);
+      return;
+    }
+    const std::string &name = callee->payload.name->text;
+    if (findFunction(callee->payload.name))
+      raise_error(node->line, "Function %s() [arg count:%d] not defined", name.c_str(),
+                  static_cast<int>(argc));
+    raise_error(node->line, "Function %s() not defined", name.c_str());
+  }
+  if (callee->opcode == OP_MEMBER) {
+    // A function reference kept in a hash member can be called as o.m(...).
+    Value member;
+    s_get(ctx, member, callee);
+    if (member.is(ObjType::FuncRef)) {
+      call_value(ctx, result, node->line, member, buf.args(), nullptr);
+      return;
+    }
+  }
+  raise_error(node->line, "Bad type operation in operator .");
+}
+
+void evalFuncDef(Node *node) {
+  FunctionDef *def = node->payload.func;
+  FuncInfo *&info = nestedFunctions[def];
+  if (!info) {
+    info = new FuncInfo();
+    info->name = def->name;
+    func_data *d = new func_data();
+    d->def = def;
+    d->arity = static_cast<int32_t>(def->params.size());
+    info->variants.push_back(d);
+  }
+  Symbol *s = declareHere(def->name, node->line, false);
+  s->value = Value(new MFuncRef(info));
+}
+
+void evalForeach(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Node *target = c->a;
+  if (target->opcode == OP_VAR) {
+    Name *name = declaratorName(target->left);
+    declareHere(name, target->line, true);
+    target = target->left;
+  }
+  Value coll;
+  evaluate(ctx, coll, c->b);
+  Value body;
+  bool continuing;
+  if (MArray *a = asArray(coll)) {
+    for (size_t i = 0; i < a->size(); i++) {
+      s_set(ctx, target, a->items[i].get());
+      evaluate(ctx, body, c->c);
+      if (loopShouldExit(ctx, continuing)) break;
+    }
+  } else if (MHash *h = asHash(coll)) {
+    std::vector<std::string> keys;
+    keys.reserve(h->size());
+    for (auto &e : h->entries) keys.push_back(e.first);
+    for (auto &k : keys) {
+      s_set(ctx, target, makeString(k));
+      evaluate(ctx, body, c->c);
+      if (loopShouldExit(ctx, continuing)) break;
+    }
+  } else {
+    raise_error(node->line, "Argument must be collection in foreach statement");
+  }
+  result.setNull();
+}
+
+void evalSwitch(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  size_t depth = scopeDepth();
+  pushScope(SCOPE_BLOCK);
+  try {
+    Value subject;
+    evaluate(ctx, subject, c->a);
+    Node *body = c->b;
+    Node *list = body->opcode == OP_BLOCK ? body->left : body;
+    bool single = body->opcode != OP_BLOCK;
+    Node *start = nullptr;
+    Node *fallback = nullptr;
+    for (Node *s = list; s; s = single ? nullptr : s->next) {
+      if (s->opcode == OP_CASE) {
+        Value label;
+        evaluate(ctx, label, s->left);
+        if (looseEquals(subject, label)) {
+          start = s;
+          break;
+        }
+      } else if (s->opcode == OP_DEFAULT && !fallback) {
+        fallback = s;
+      }
+    }
+    if (!start) start = fallback;
+    if (start) {
+      if (single)
+        evaluate(ctx, result, start);
+      else
+        evaluateList(ctx, result, start);
+    }
+    if (ctx.jump == JUMP_BREAK && --ctx.remaining <= 0) ctx.clearJump();
+  } catch (...) {
+    popScopesTo(depth);
+    throw;
+  }
+  popScopesTo(depth);
+}
+
+void evalTry(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  size_t depth = scopeDepth();
+  try {
+    evaluate(ctx, result, c->a);
+  } catch (const ScriptError &e) {
+    popScopesTo(depth);
+    if (c->b) {
+      Node *target = c->b;
+      if (target->opcode == OP_VAR) {
+        declareHere(declaratorName(target->left), target->line, true);
+        target = target->left;
+      }
+      s_set(ctx, target, makeString(e.what()));
+    }
+    if (c->c) evaluate(ctx, result, c->c);
+  }
+}
+
+void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
+  Place place;
+  resolvePlace(ctx, node->left, place);
+  Value current;
+  readPlace(place, current);
+  Value rhs;
+  evaluate(ctx, rhs, node->right);
+  switch (op) {
+    case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV: case OP_POW:
+      result = arith(node->line, op, current, rhs);
+      break;
+    default:
+      result = bitOp(node->line, op, current, rhs);
+  }
+  writePlace(place, result);
+}
+
+void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) {
+  Node *t = node->left;
+  if (t->opcode != OP_NAME && t->opcode != OP_INDEX && t->opcode != OP_MEMBER)
+    raise_error(node->line, "Bad type operation in operator %s", delta > 0 ? "++" : "--");
+  Place place;
+  resolvePlace(ctx, t, place);
+  Value current;
+  readPlace(place, current);
+  Value updated = arith(node->line, delta > 0 ? OP_ADD : OP_SUB, current, Value::num(1));
+  writePlace(place, updated);
+  result = prefix ? std::move(updated) : std::move(current);
+}
+
+bool chainLink(int op, int line, const Value &a, const Value &b) {
+  switch (op) {
+    case OP_CHAIN_EQ: return looseEquals(a, b);
+    case OP_CHAIN_NE: return !looseEquals(a, b);
+    case OP_CHAIN_GT: return compareOrder(line, OP_GT, a, b);
+    case OP_CHAIN_GE: return compareOrder(line, OP_GE, a, b);
+    case OP_CHAIN_LT: return compareOrder(line, OP_LT, a, b);
+    default: return compareOrder(line, OP_LE, a, b);
+  }
+}
+
+bool plainCompare(int op, int line, const Value &a, const Value &b) {
+  switch (op) {
+    case OP_EQ: return looseEquals(a, b);
+    case OP_NE: return !looseEquals(a, b);
+    default: return compareOrder(line, op, a, b);
+  }
+}
+
+// a < b <= c: each operand is evaluated once; the chain stops at the first
+// link that fails.
+void evalChain(Context &ctx, Value &result, Node *node) {
+  Value left;
+  evaluate(ctx, left, node->left);
+  Node *rest = node->right;
+  for (;;) {
+    Value mid;
+    evaluate(ctx, mid, rest->left);
+    int linkOp = node->opcode;
+    if (!chainLink(linkOp, node->line, left, mid)) {
+      result.setBool(false);
+      return;
+    }
+    if (rest->opcode >= OP_CHAIN_EQ && rest->opcode <= OP_CHAIN_LE) {
+      node = rest;
+      rest = rest->right;
+      left = std::move(mid);
+      continue;
+    }
+    Value right;
+    evaluate(ctx, right, rest->right);
+    result.setBool(plainCompare(rest->opcode, rest->line, mid, right));
+    return;
+  }
+}
+
+void evalLet(Context &ctx, Value &result, Node *node) {
+  if (node->left->opcode != OP_NAME) raise_error(node->line, "Bad type operation in let()");
+  Value v;
+  evaluate(ctx, v, node->right);
+  Symbol *s = declareHere(node->left->payload.name, node->line, true);
+  s->value = v;
+  result = std::move(v);
+}
+
+void evalSwap(Context &ctx, Value &result, Node *node) {
+  Place a, b;
+  resolvePlace(ctx, node->left, a);
+  resolvePlace(ctx, node->right, b);
+  Value va, vb;
+  readPlace(a, va);
+  readPlace(b, vb);
+  writePlace(a, vb);
+  writePlace(b, va);
+  result.setNull();
+}
+
+}  // namespace
+
+bool strictMode() { return strictFlag; }
+bool setStrictMode(bool on) {
+  bool old = strictFlag;
+  strictFlag = on;
+  return old;
+}
+
+void evaluateList(Context &ctx, Value &result, Node *first) {
+  for (Node *s = first; s; s = s->next) {
+    evaluate(ctx, result, s);
+    if (ctx.jump != JUMP_NONE) return;
+  }
+}
+
+void evaluate(Context &ctx, Value &result, Node *node) {
+  maybeCollect();
+  switch (node->opcode) {
+    case OP_NAME: s_get(ctx, result, node); return;
+    case OP_NUMBER: result.setNumber(node->number); return;
+    case OP_STRING: result = makeString(node->payload.str->bytes); return;
+    case OP_CALL: evalCall(ctx, result, node); return;
+    case OP_ASSIGN: {
+      Value v;
+      evaluate(ctx, v, node->right);
+      if (node->left->opcode == OP_ARRAY) {
+        s_set(ctx, node->left, v);
+        result.setNull();
+        return;
+      }
+      s_set(ctx, node->left, v);
+      result = std::move(v);
+      return;
+    }
+    case OP_INDEX:
+    case OP_MEMBER: s_get(ctx, result, node); return;
+    case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV:
+    case OP_POW: {
+      Value a, b;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, b, node->right);
+      result = arith(node->line, node->opcode, a, b);
+      return;
+    }
+    case OP_EQ: case OP_NE: case OP_GT: case OP_GE: case OP_LT: case OP_LE: {
+      Value a, b;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, b, node->right);
+      result.setBool(plainCompare(node->opcode, node->line, a, b));
+      return;
+    }
+    case OP_SEQ: case OP_SNE: {
+      Value a, b;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, b, node->right);
+      bool eq = strictEquals(a, b);
+      result.setBool(node->opcode == OP_SEQ ? eq : !eq);
+      return;
+    }
+    case OP_CHAIN_EQ: case OP_CHAIN_NE: case OP_CHAIN_GT: case OP_CHAIN_GE: case OP_CHAIN_LT:
+    case OP_CHAIN_LE: evalChain(ctx, result, node); return;
+    case OP_PREINC: incDec(ctx, result, node, 1, true); return;
+    case OP_POSTINC: incDec(ctx, result, node, 1, false); return;
+    case OP_PREDEC: incDec(ctx, result, node, -1, true); return;
+    case OP_POSTDEC: incDec(ctx, result, node, -1, false); return;
+    case OP_BLOCK: {
+      size_t depth = scopeDepth();
+      pushScope(SCOPE_BLOCK);
+      try {
+        result.setNull();
+        evaluateList(ctx, result, node->left);
+      } catch (...) {
+        popScopesTo(depth);
+        throw;
+      }
+      popScopesTo(depth);
+      return;
+    }
+    case OP_IF: {
+      Control *c = node->payload.ctl;
+      Value cond;
+      evaluate(ctx, cond, c->a);
+      if (truth(cond))
+        evaluate(ctx, result, c->b);
+      else if (c->c)
+        evaluate(ctx, result, c->c);
+      else
+        result.setNull();
+      return;
+    }
+    case OP_WHILE: {
+      Control *c = node->payload.ctl;
+      Value cond, body;
+      bool continuing;
+      for (;;) {
+        evaluate(ctx, cond, c->a);
+        if (!truth(cond)) break;
+        if (c->b) evaluate(ctx, body, c->b);
+        if (loopShouldExit(ctx, continuing)) break;
+      }
+      result.setNull();
+      return;
+    }
+    case OP_DO: {
+      Control *c = node->payload.ctl;
+      Value cond, body;
+      bool continuing;
+      for (;;) {
+        if (c->b) evaluate(ctx, body, c->b);
+        if (loopShouldExit(ctx, continuing)) break;
+        evaluate(ctx, cond, c->a);
+        if (!truth(cond)) break;
+      }
+      result.setNull();
+      return;
+    }
+    case OP_FOR: {
+      Control *c = node->payload.ctl;
+      Value tmp, cond, body;
+      bool continuing;
+      if (c->a) evaluate(ctx, tmp, c->a);
+      for (;;) {
+        if (c->b) {
+          evaluate(ctx, cond, c->b);
+          if (!truth(cond)) break;
+        }
+        if (c->d) evaluate(ctx, body, c->d);
+        if (loopShouldExit(ctx, continuing)) break;
+        if (c->c) evaluate(ctx, tmp, c->c);
+      }
+      result.setNull();
+      return;
+    }
+    case OP_ANDAND: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      if (!truth(a)) {
+        result.setBool(false);
+        return;
+      }
+      Value b;
+      evaluate(ctx, b, node->right);
+      result.setBool(truth(b));
+      return;
+    }
+    case OP_OROR: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      if (truth(a)) {
+        result.setBool(true);
+        return;
+      }
+      Value b;
+      evaluate(ctx, b, node->right);
+      result.setBool(truth(b));
+      return;
+    }
+    case OP_NOT: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      result.setBool(!truth(a));
+      return;
+    }
+    case OP_NEG: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      result = negate(node->line, a);
+      return;
+    }
+    case OP_COND: {
+      Control *c = node->payload.ctl;
+      Value cond;
+      evaluate(ctx, cond, c->a);
+      evaluate(ctx, result, truth(cond) ? c->b : c->c);
+      return;
+    }
+    case OP_RETURN: {
+      Value v;
+      if (node->left) evaluate(ctx, v, node->left);
+      ctx.setJump(JUMP_RETURN, node->line, 1);
+      ctx.returned = std::move(v);
+      result.setNull();
+      return;
+    }
+    case OP_BREAK:
+    case OP_CONTINUE: {
+      int level = jumpLevel(ctx, node);
+      ctx.setJump(node->opcode == OP_BREAK ? JUMP_BREAK : JUMP_CONTINUE, node->line, level);
+      result.setNull();
+      return;
+    }
+    case OP_NULL: result.setNull(); return;
+    case OP_TRUE: result.setBool(true); return;
+    case OP_FALSE: result.setBool(false); return;
+    case OP_VAR: evalVar(ctx, node); result.setNull(); return;
+    case OP_STATIC: evalStatic(ctx, node); result.setNull(); return;
+    case OP_EXTERN: evalExtern(node); result.setNull(); return;
+    case OP_ARRAY: {
+      MArray *a = new MArray(countList(node->left));
+      Value holder(a);
+      size_t i = 0;
+      Value v;
+      for (Node *e = node->left; e; e = e->next) {
+        evaluate(ctx, v, e);
+        a->items[i++] = v;
+      }
+      result = std::move(holder);
+      return;
+    }
+    case OP_STRUCT:
+    case OP_HASH: {
+      MHash *h = new MHash();
+      Value holder(h);
+      Value v;
+      for (Node *k = node->left; k; k = k->next) {
+        v.setNull();
+        if (k->left) evaluate(ctx, v, k->left);
+        const std::string &key =
+            node->opcode == OP_STRUCT ? k->payload.name->text : k->payload.str->bytes;
+        h->set(key, v);
+      }
+      result = std::move(holder);
+      return;
+    }
+    case OP_LIST28:
+    case OP_LIST:
+    case OP_LIST84:
+      result.setNull();
+      for (Node *e = node->left; e; e = e->next) evaluate(ctx, result, e);
+      return;
+    case OP_COMMA: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, result, node->right);
+      return;
+    }
+    case OP_SWAP: evalSwap(ctx, result, node); return;
+    case OP_LET: evalLet(ctx, result, node); return;
+    case OP_FUNCREF: {
+      Name *name = node->left->payload.name;
+      FuncInfo *f = findFunction(name);
+      if (!f) raise_error(node->line, "Function %s() not defined", name->text.c_str());
+      result = Value(new MFuncRef(f));
+      return;
+    }
+    case OP_FUNCDEF: evalFuncDef(node); result.setNull(); return;
+    case OP_FOREACH: evalForeach(ctx, result, node); return;
+    case OP_TRY: evalTry(ctx, result, node); return;
+    case OP_SWITCH: evalSwitch(ctx, result, node); return;
+    case OP_CASE:
+    case OP_DEFAULT: return;
+    case OP_MATCH:
+    case OP_NMATCH: {
+      Value a, b;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, b, node->right);
+      bool m = regexMatchOperator(node->line, node->opcode == OP_MATCH ? "=~" : "!~", a, b);
+      result.setBool(node->opcode == OP_MATCH ? m : !m);
+      return;
+    }
+    case OP_REGEX: result = regexLiteral(node->line, node->payload.regex); return;
+    case OP_BITNOT: {
+      Value a;
+      evaluate(ctx, a, node->left);
+      result = bitNot(node->line, a);
+      return;
+    }
+    case OP_BITAND: case OP_BITOR: case OP_BITXOR: case OP_SHR: case OP_SHL: case OP_USHR: {
+      Value a, b;
+      evaluate(ctx, a, node->left);
+      evaluate(ctx, b, node->right);
+      result = bitOp(node->line, node->opcode, a, b);
+      return;
+    }
+    case OP_ADD_ASSIGN: compoundAssign(ctx, result, node, OP_ADD); return;
+    case OP_SUB_ASSIGN: compoundAssign(ctx, result, node, OP_SUB); return;
+    case OP_MUL_ASSIGN: compoundAssign(ctx, result, node, OP_MUL); return;
+    case OP_DIV_ASSIGN: compoundAssign(ctx, result, node, OP_DIV); return;
+    case OP_MOD_ASSIGN: compoundAssign(ctx, result, node, OP_MOD); return;
+    case OP_IDIV_ASSIGN: compoundAssign(ctx, result, node, OP_IDIV); return;
+    case OP_POW_ASSIGN: compoundAssign(ctx, result, node, OP_POW); return;
+    case OP_AND_ASSIGN: compoundAssign(ctx, result, node, OP_BITAND); return;
+    case OP_OR_ASSIGN: compoundAssign(ctx, result, node, OP_BITOR); return;
+    case OP_XOR_ASSIGN: compoundAssign(ctx, result, node, OP_BITXOR); return;
+    case OP_SHR_ASSIGN: compoundAssign(ctx, result, node, OP_SHR); return;
+    case OP_SHL_ASSIGN: compoundAssign(ctx, result, node, OP_SHL); return;
+    case OP_USHR_ASSIGN: compoundAssign(ctx, result, node, OP_USHR); return;
+  }
+  raise_error(node->line, "Unknwon opcode %d", node->opcode);
+}
+
+void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
+  if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  if (fd->handler) {
+    result.setNull();
+    fd->handler(ctx, line, args, result);
+    return;
+  }
+  FunctionDef *def = fd->def;
+  retainVariant(fd);
+  size_t depth = scopeDepth();
+  SymMan *scope = pushScope(SCOPE_FUNCTION);
+  scope->statics = fd->statics;
+  runningFunctions.push_back(fd);
+  try {
+    for (size_t i = 0; i < def->params.size(); i++)
+      declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+    Value body;
+    evaluate(ctx, body, def->body);
+    if (ctx.jump == JUMP_RETURN) {
+      result = std::move(ctx.returned);
+      ctx.clearJump();
+    } else if (ctx.jump != JUMP_NONE) {
+      int jl = ctx.jumpLine;
+      ctx.clearJump();
+      badBreak(jl);
+    } else {
+      result.setNull();
+    }
+  } catch (...) {
+    runningFunctions.pop_back();
+    popScopesTo(depth);
+    releaseVariant(fd);
+    throw;
+  }
+  runningFunctions.pop_back();
+  popScopesTo(depth);
+  releaseVariant(fd);
+}
+
+void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
+                const char *who) {
+  MFuncRef *ref = asFuncRef(fn);
+  if (!ref) {
+    if (who) raise_error(line, "Bad argument type in %s()", who);
+    raise_error(line, "Bad type operation in operator .");
+  }
+  func_data *fd = ref->info->find(static_cast<int>(args.size()));
+  if (!fd) {
+    const char *name = ref->info->name ? ref->info->name->text.c_str() : "";
+    raise_error(line, "Function %s() [arg count:%d] not defined", name, static_cast<int>(args.size()));
+  }
+  // Keep the function alive even if the reference is overwritten by the call.
+  Value keep = fn;
+  call_function(ctx, result, line, fd, args);
+}
+
+void pushFunctionStatics(const FuncInfo *f, MarkStack &stack) {
+  for (func_data *d : f->variants)
+    if (d->statics)
+      for (Symbol *s : d->statics->symbols)
+        if (s->value.object) stack.push_back(s->value.object);
+}
+
+void MFuncRef::pushChildren(MarkStack &stack) const { pushFunctionStatics(info, stack); }
+
+namespace {
+
+void markRoots(MarkStack &stack) {
+  for (SymMan *scope : scopeStack())
+    for (Symbol *s : scope->symbols)
+      if (s->value.object) stack.push_back(s->value.object);
+  forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
+  for (auto &entry : nestedFunctions) pushFunctionStatics(entry.second, stack);
+}
+
+}  // namespace
+
+void initEvaluator() { setRootMarker(markRoots); }
+
+void shutdownEvaluator() {
+  for (auto &entry : nestedFunctions) releaseFunc(entry.second);
+  nestedFunctions.clear();
+}
+
+}  // namespace marl

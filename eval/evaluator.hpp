@@ -1,0 +1,29 @@
+// The tree-walking evaluator.
+#pragma once
+#include "eval/context.hpp"
+#include "frontend/functions.hpp"
+#include "frontend/node.hpp"
+
+namespace marl {
+
+// Evaluates one node into `result`; may leave a pending jump in `ctx`.
+void evaluate(Context &ctx, Value &result, Node *node);
+// Evaluates a statement list (chained through `next`); stops at a pending jump.
+void evaluateList(Context &ctx, Value &result, Node *first);
+// Runs a script function or a built-in with evaluated arguments.
+void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args);
+// Calls a function reference value (callbacks of built-ins); `who` names the
+// built-in in "Bad argument type in who()" when `fn` is not callable.
+void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
+                const char *who);
+
+// Process-wide strict-declaration mode.
+bool strictMode();
+bool setStrictMode(bool on);  // returns the previous mode
+
+// Installs the collector's root marker and finalizer; called once at start.
+void initEvaluator();
+// Releases what the evaluator cached (nested functions' tables).
+void shutdownEvaluator();
+
+}  // namespace marl

@@ -1,0 +1,44 @@
+// Script source as the scanner reads it.
+#include "io/euc_file.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "io/encoding.hpp"
+#include "io/stream.hpp"
+
+namespace marl {
+
+namespace {
+
+// The text is a C string to the scanner: it ends at the first NUL byte.
+std::string_view untilNul(std::string_view s) {
+  const void *nul = std::memchr(s.data(), 0, s.size());
+  return nul ? s.substr(0, static_cast<const char *>(nul) - s.data()) : s;
+}
+
+}  // namespace
+
+std::unique_ptr<EucFile> EucFile::fromPath(const std::string &path) {
+  Stream in;
+  if (!in.open(path, "r")) return nullptr;
+  std::string raw;
+  if (!in.readAll(raw)) return nullptr;
+  return fromText(raw);
+}
+
+std::unique_ptr<EucFile> EucFile::fromText(std::string_view text) {
+  auto f = std::make_unique<EucFile>();
+  f->text_ = sjisToEuc(untilNul(text));
+  return f;
+}
+
+size_t EucFile::read(char *buffer, long n) {
+  if (n < 1 || pos_ >= text_.size()) return 0;
+  size_t take = std::min(static_cast<size_t>(n), text_.size() - pos_);
+  std::memcpy(buffer, text_.data() + pos_, take);
+  pos_ += take;
+  return take;
+}
+
+}  // namespace marl

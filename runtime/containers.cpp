@@ -1,0 +1,64 @@
+// Storage rules of strings, arrays and hashes, and their byte format.
+#include "io/bstream.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
+#include "runtime/mstring.hpp"
+
+namespace marl {
+
+bool MArray::set(long long index, const Value &v) {
+  if (index < 0) return false;
+  if (static_cast<size_t>(index) >= items.size()) items.resize(static_cast<size_t>(index) + 1);
+  items[static_cast<size_t>(index)] = v;
+  return true;
+}
+
+MRef *MArray::clone() const {
+  MArray *a = new MArray();
+  a->items = items;
+  return a;
+}
+
+void MArray::pushChildren(MarkStack &stack) const {
+  for (const HeldValue &h : items)
+    if (h.object && !h.object->marked) stack.push_back(h.object);
+}
+
+void MHash::set(std::string_view key, const Value &v) {
+  auto it = entries.find(key);
+  if (it == entries.end())
+    entries.emplace(std::string(key), HeldValue(v));
+  else
+    it->second = v;
+}
+
+bool MHash::take(std::string_view key, Value &out) {
+  auto it = entries.find(key);
+  if (it == entries.end()) return false;
+  out = it->second.get();
+  entries.erase(it);
+  return true;
+}
+
+MRef *MHash::clone() const {
+  MHash *h = new MHash();
+  h->entries = entries;
+  return h;
+}
+
+void MHash::pushChildren(MarkStack &stack) const {
+  for (const auto &e : entries)
+    if (e.second.object && !e.second.object->marked) stack.push_back(e.second.object);
+}
+
+bool MString::serialize(BStream &s) const {
+  s.writeString(text);
+  return true;
+}
+
+bool MString::deserialize(BStream &s) {
+  text = s.readString();
+  return true;
+}
+
+}  // namespace marl

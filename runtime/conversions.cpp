@@ -1,0 +1,146 @@
+// The plain text of a value, the process-wide number format and the strict
+// argument conversions of built-ins.
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "eval/error.hpp"
+#include "runtime/conversions.hpp"
+#include "runtime/format.hpp"
+#include "runtime/mstring.hpp"
+
+namespace marl {
+
+namespace {
+
+const char kDefaultFormat[] = "%.10g";
+
+std::string &formatSlot() {
+  static std::string fmt = kDefaultFormat;
+  return fmt;
+}
+bool usingDefaultFormat = true;
+// Set while the number format is being applied: a format such as "%s" would
+// otherwise render its number through itself without end.
+bool inNumberFormat = false;
+
+// Writes the default rendering of a finite number; buf holds at least 32 bytes.
+size_t defaultNumber(char *buf, double d) {
+  // Integers below 1e10 are exactly what "%.10g" prints for them, without the
+  // cost of the C library's float formatting. -0 keeps its sign, as there.
+  if (d > -1e10 && d < 1e10 && d == static_cast<double>(static_cast<int64_t>(d))) {
+    int64_t n = static_cast<int64_t>(d);
+    bool neg = n < 0 || std::signbit(d);
+    uint64_t u = n < 0 ? static_cast<uint64_t>(-n) : static_cast<uint64_t>(n);
+    char tmp[24];
+    size_t k = 0;
+    do {
+      tmp[k++] = static_cast<char>('0' + u % 10);
+      u /= 10;
+    } while (u);
+    size_t len = 0;
+    if (neg) buf[len++] = '-';
+    while (k) buf[len++] = tmp[--k];
+    return len;
+  }
+  int r = std::snprintf(buf, 32, kDefaultFormat, d);
+  return r > 0 ? static_cast<size_t>(r) : 0;
+}
+
+void appendNumber(std::string &out, double d) {
+  if (std::isnan(d)) {
+    out += "NaN";
+  } else if (std::isinf(d)) {
+    out += d > 0 ? "+Inf" : "-Inf";
+  } else if (usingDefaultFormat || inNumberFormat) {
+    char buf[32];
+    out.append(buf, defaultNumber(buf, d));
+  } else {
+    inNumberFormat = true;
+    Value arg = Value::num(d);
+    try {
+      out += format_values(formatSlot(), &arg, 1, 0);
+    } catch (...) {
+      inNumberFormat = false;
+      throw;
+    }
+    inNumberFormat = false;
+  }
+}
+
+// "<type:xxxxxxxx>": the low 32 bits of the address, as on the original
+// 32-bit platform.
+void appendObjectTag(std::string &out, const MRef *o) {
+  static const char hex[] = "0123456789abcdef";
+  uint32_t a = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(o));
+  out += '<';
+  out += o->typeName();
+  out += ':';
+  for (int shift = 28; shift >= 0; shift -= 4) out += hex[(a >> shift) & 0xF];
+  out += '>';
+}
+
+}  // namespace
+
+const std::string &numberFormat() { return formatSlot(); }
+
+std::string setNumberFormat(std::string fmt) {
+  usingDefaultFormat = fmt == kDefaultFormat;
+  std::string old = std::move(formatSlot());
+  formatSlot() = std::move(fmt);
+  return old;
+}
+
+std::string numberText(double d) {
+  std::string out;
+  appendNumber(out, d);
+  return out;
+}
+
+void appendText(std::string &out, const Value &v) {
+  switch (v.kind) {
+    case Kind::Number:
+      appendNumber(out, v.number);
+      return;
+    case Kind::Bool:
+      // NaN counts as non-zero here, unlike the truth test.
+      out += v.number != 0 ? "true" : "false";
+      return;
+    case Kind::Object:
+      break;
+  }
+  if (!v.object)
+    out += "null";
+  else if (v.object->type == ObjType::String)
+    out += static_cast<const MString *>(v.object)->text;
+  else
+    appendObjectTag(out, v.object);
+}
+
+std::string toText(const Value &v) {
+  if (const MString *s = asString(v)) return s->text;
+  std::string out;
+  appendText(out, v);
+  return out;
+}
+
+int32_t argInteger(int line, const Value &v) {
+  if (v.kind == Kind::Object || !(v.number >= -2147483648.0 && v.number <= 2147483647.0) ||
+      v.number != std::trunc(v.number))
+    raise_error(line, "%s", "Cannot convert arg to integer");
+  return static_cast<int32_t>(v.number);
+}
+
+double argNumber(int line, const Value &v) {
+  if (v.kind == Kind::Object) raise_error(line, "%s", "Cannot convert arg to number");
+  return v.number;
+}
+
+const std::string &argString(int line, const Value &v) {
+  const MString *s = asString(v);
+  if (!s) raise_error(line, "%s", "Cannot convert arg to string");
+  return s->text;
+}
+
+}  // namespace marl
