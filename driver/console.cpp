@@ -1,7 +1,13 @@
 // Talk mode: read a line, run it, print its value.
-#include <cstdio>
-#include <cstring>
 #include <strings.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <editline/readline.h>
 
 #include "driver/driver.hpp"
 #include "driver/process.hpp"
@@ -12,40 +18,85 @@ namespace marl {
 
 namespace {
 
-// One read of at most 511 bytes; a longer line arrives in pieces.
-bool readLine(char *buf, size_t size) {
-  if (!std::fgets(buf, static_cast<int>(size), stdin)) return false;
-  size_t n = std::strlen(buf);
-  if (n > 0 && buf[n - 1] == '\n') buf[n - 1] = '\0';
-  return true;
+// Lines are handled in pieces of at most 511 bytes, as one read of the
+// console's 512-byte buffer would deliver them.
+constexpr size_t kPiece = 511;
+
+void writeOut(const std::string &text) {
+  flushStandardStreams();
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
 }
 
-void writeOut(const char *text) {
-  flushStandardStreams();
-  std::fputs(text, stdout);
-  std::fflush(stdout);
+class LineSource {
+ public:
+  LineSource() : terminal_(isatty(0) && isatty(1)) {
+    if (!terminal_) return;
+    const char *home = std::getenv("HOME");
+    if (home && *home) historyPath_ = std::string(home) + "/.marl_history";
+    using_history();
+    if (!historyPath_.empty()) read_history(historyPath_.c_str());
+  }
+  ~LineSource() {
+    if (terminal_ && !historyPath_.empty()) write_history(historyPath_.c_str());
+  }
+
+  // The next piece of input without its line feed; false at the end.
+  bool next(const char *prompt, std::string &out) {
+    if (!pending_.empty()) return takePiece(out);
+    if (!terminal_) {
+      writeOut(prompt);
+      char buf[kPiece + 1];
+      if (!std::fgets(buf, sizeof buf, stdin)) return false;
+      out = buf;
+      if (!out.empty() && out.back() == '\n') out.pop_back();
+      return true;
+    }
+    flushStandardStreams();
+    char *line = readline(prompt);
+    if (!line) return false;
+    if (*line) add_history(line);
+    pending_ = line;
+    std::free(line);
+    if (pending_.empty()) {
+      out.clear();
+      return true;
+    }
+    return takePiece(out);
+  }
+
+ private:
+  bool takePiece(std::string &out) {
+    out = pending_.substr(0, kPiece);
+    pending_.erase(0, out.size());
+    return true;
+  }
+
+  bool terminal_;
+  std::string historyPath_;
+  std::string pending_;
+};
+
+bool is(const std::string &line, const char *command) {
+  return strcasecmp(line.c_str(), command) == 0 && line.size() == std::strlen(command);
 }
 
 }  // namespace
 
 void run_console() {
   const DriverState &state = driverState();
-  char line[512];
-  for (;;) {
-    writeOut(">");
-    if (!readLine(line, sizeof line)) break;
-    if (strcasecmp(line, ".quit") == 0) break;
-    if (strcasecmp(line, ".help") == 0) {
-      std::string text = std::string(bannerText()) +
-                         "\n\nCommand:\n    .cls, .quit, .load, .help\n\n";
-      writeOut(text.c_str());
+  LineSource input;
+  std::string line;
+  while (input.next(">", line)) {
+    if (is(line, ".quit")) break;
+    if (is(line, ".help")) {
+      writeOut(std::string(bannerText()) + "\n\nCommand:\n    .cls, .quit, .load, .help\n\n");
       continue;
     }
-    if (strcasecmp(line, ".load") == 0) {
-      writeOut("File name: ");
-      char name[512];
-      if (!readLine(name, sizeof name)) break;
-      if (*name) {
+    if (is(line, ".load")) {
+      std::string name;
+      if (!input.next("File name: ", name)) break;
+      if (!name.empty()) {
         if (state.preprocess)
           run_preprocessed_file(name);
         else
@@ -53,16 +104,14 @@ void run_console() {
       }
       continue;
     }
-    if (strcasecmp(line, ".cls") == 0) {
+    if (is(line, ".cls")) {
       writeOut("\x1b[H\x1b[2J");
       continue;
     }
-    if (!*line) continue;
-    std::string source = line;
-    if (source.back() != ';') source += ';';
-    Value result = run_script_string(source);
-    std::string text = toInspectText(result) + "\n";
-    writeOut(text.c_str());
+    if (line.empty()) continue;
+    if (line.back() != ';') line += ';';
+    Value result = run_script_string(line);
+    writeOut(toInspectText(result) + "\n");
   }
 }
 

@@ -80,11 +80,22 @@ struct token_tag__ {
   uint32_t cacheGen = 0;
 };
 
+// Shapes the grammar builds where the opcode alone does not say:
+//   block: left = statements        var/static: left = declarators, each a name,
+//   `name = value` (17) or `name[size]` (23, right null for `name[]`)
+//   foreach and catch variables: a name, or a var node (19) holding the name
+//   statement slots of control nodes are never null (an empty statement is a
+//   null literal); the for parts, the else part and the catch parts may be.
+// A function definition's record always hangs on an OP_FUNCDEF node, also when
+// the definition went to the function table, so freeAllNodes frees it.
+
 // Creates a node at the scanner's current line and file, entered in the
 // process-wide node list.
 Node *newNode(int opcode);
 // Frees every node (and its payload) at once.
 void freeAllNodes();
+// Set by the regular-expression module, which owns RegexLit::compiled.
+void setCompiledRegexReleaser(void (*release)(void *compiled));
 
 // The file-name list: each source name entered once, referred to by index.
 int enterFileName(const std::string &name);

@@ -56,7 +56,8 @@ std::string base64Decode(std::string_view s) {
     // A pad ends the group early; the characters before it carry the bytes.
     int digits = v == kPad ? count - 1 : count;
     uint32_t bits = 0;
-    for (int k = 0; k < 4; k++) bits = (bits << 6) | static_cast<uint32_t>(k < digits ? group[k] : 0);
+    for (int k = 0; k < 4; k++)
+      bits = (bits << 6) | static_cast<uint32_t>(k < digits ? group[k] : 0);
     int bytes = digits > 1 ? digits - 1 : 0;
     for (int k = 0; k < bytes; k++) out.push_back(static_cast<char>((bits >> (16 - 8 * k)) & 0xFF));
     if (bytes < 3) break;  // a padded group is the last

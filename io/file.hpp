@@ -47,7 +47,8 @@ class MFile : public MRef {
   bool isOpen() const { return fp != nullptr; }
 
  protected:
-  MFile(Converter decode, Converter encode) : MRef(ObjType::File), decode_(decode), encode_(encode) {}
+  MFile(Converter decode, Converter encode)
+      : MRef(ObjType::File), decode_(decode), encode_(encode) {}
 
  private:
   Converter decode_;

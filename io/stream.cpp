@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kBufferSize = 64 * 1024;
 
 struct OpenMode {
-  int flags = 0;
+  int flags = 0;  // O_RDONLY, O_WRONLY or O_RDWR and the creation flags
   bool text = true;
   bool append = false;
 };
@@ -111,6 +111,7 @@ bool Stream::open(const std::string &path, std::string_view mode) {
   fd_ = fd;
   off_ = m.append ? -1 : 0;  // appends move it to the end, wherever that is
   owned_ = true;
+  setAccess(m.flags);
   text_ = m.text;
   append_ = m.append;
   return true;
@@ -121,6 +122,10 @@ void Stream::attach(int fd) {
   fd_ = fd;
   owned_ = false;
   text_ = false;
+  int flags = fcntl(fd, F_GETFL);
+  setAccess(flags < 0 ? O_RDWR : flags);
+  // Output redirected with >> writes at the end, wherever the offset says.
+  append_ = flags >= 0 && (flags & O_APPEND);
   // Terminals see each write at once; stderr is unbuffered as in C.
   autoFlush_ = fd == 2 || isatty(fd) == 1;
 }
@@ -134,12 +139,21 @@ int Stream::close() {
   return ok ? 0 : -1;
 }
 
+// As in the C runtime, reading a write-only stream or writing a read-only one
+// fails at once and sets the error indicator.
+void Stream::setAccess(int flags) {
+  int access = flags & O_ACCMODE;
+  canRead_ = access != O_WRONLY;
+  canWrite_ = access != O_RDONLY;
+}
+
 void Stream::reset() {
   pos_ = end_ = wlen_ = 0;
   fd_ = -1;
   off_ = -1;
   dir_ = Dir::None;
-  owned_ = text_ = append_ = autoFlush_ = eof_ = error_ = endSeen_ = false;
+  owned_ = text_ = append_ = canRead_ = canWrite_ = autoFlush_ = false;
+  eof_ = error_ = endSeen_ = false;
 }
 
 void Stream::startReading() {
@@ -160,6 +174,10 @@ void Stream::startWriting() {
 
 bool Stream::refill(bool lookahead) {
   if (fd_ < 0) return false;
+  if (!canRead_) {
+    error_ = true;
+    return false;
+  }
   startReading();
   if (!buf_) buf_ = std::make_unique<char[]>(kBufferSize);
   pos_ = end_ = 0;
@@ -282,6 +300,10 @@ bool Stream::putRaw(const char *p, size_t n) {
 
 size_t Stream::write(std::string_view bytes) {
   if (fd_ < 0) return 0;
+  if (!canWrite_) {
+    error_ = true;
+    return 0;
+  }
   startWriting();
   size_t done = 0;
   if (!text_) {

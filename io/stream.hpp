@@ -71,18 +71,21 @@ class Stream {
   bool drain();
   bool putRaw(const char *p, size_t n);
   bool writeOut(const char *p, size_t n);
+  void setAccess(int flags);
   void reset();
 
   std::unique_ptr<char[]> buf_;
   long long off_ = -1;  // the descriptor's offset when known, else -1
-  size_t pos_ = 0;   // next byte to read
-  size_t end_ = 0;   // end of the read data
-  size_t wlen_ = 0;  // bytes waiting to be written
+  size_t pos_ = 0;      // next byte to read
+  size_t end_ = 0;      // end of the read data
+  size_t wlen_ = 0;     // bytes waiting to be written
   int fd_ = -1;
   Dir dir_ = Dir::None;
   bool owned_ = false;
   bool text_ = false;
   bool append_ = false;
+  bool canRead_ = false;
+  bool canWrite_ = false;
   bool autoFlush_ = false;
   bool eof_ = false;
   bool error_ = false;

@@ -216,9 +216,7 @@ class IfParser {
         if (t.is('(')) {
           last_op_ = "(";
           advance();
-          enter();
-          Value v = comma();
-          --depth_;
+          Value v = comma();  // conditional() counts the nesting
           if (!cur_.is(')')) throw PPError{"missing ')' in expression"};
           advance();
           return v;

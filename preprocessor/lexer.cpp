@@ -112,13 +112,21 @@ const char *scan_hash_comment(const char *p, const char *end, int &lines) {
   }
 }
 
+// The multi-character operators that matter here: ... and ## in macro definitions, and the
+// two-character operators of #if expressions.
 const char *scan_punct(const char *p, const char *end) {
-  static constexpr const char *kLong[] = {"...", "##", "&&", "||", "<<", ">>", "<=", ">=", "==", "!="};
-  for (const char *op : kLong) {
-    size_t n = std::strlen(op);
-    if (static_cast<size_t>(end - p) >= n && std::memcmp(p, op, n) == 0) return p + n;
+  char c = p[0], d = p + 1 < end ? p[1] : '\0';
+  switch (c) {
+    case '.': return d == '.' && p + 2 < end && p[2] == '.' ? p + 3 : p + 1;
+    case '#':
+    case '&':
+    case '|': return d == c ? p + 2 : p + 1;
+    case '<':
+    case '>': return d == c || d == '=' ? p + 2 : p + 1;
+    case '=':
+    case '!': return d == '=' ? p + 2 : p + 1;
+    default: return p + 1;
   }
-  return p + 1;
 }
 
 }  // namespace

@@ -66,8 +66,13 @@ Preprocessor::Open Preprocessor::open_file(const std::string &path, File &f, std
     return err == ENOENT || err == ENOTDIR ? Open::Missing : Open::Failed;
   }
   struct stat st;
-  if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
-    why = std::strerror(S_ISDIR(st.st_mode) ? EISDIR : errno);
+  if (::fstat(fd, &st) != 0) {
+    why = std::strerror(errno);
+    ::close(fd);
+    return Open::Failed;
+  }
+  if (S_ISDIR(st.st_mode)) {  // a directory of that name does not stop the search
+    why = std::strerror(EISDIR);
     ::close(fd);
     return Open::Missing;
   }
@@ -126,6 +131,7 @@ bool Preprocessor::run(const std::string &path, std::string &out) {
     }
     f.path = path;
     f.name = path;
+    out.reserve(f.data->size() + f.data->size() / 8 + 256);  // output is about as long as the input
     files_.push_back(std::move(f));
     write_marker(1, path);
     process();
@@ -165,7 +171,10 @@ void Preprocessor::leave_file() {
   }
   if (files_.size() == 1) sync(f.presumed());  // trailing directive lines become empty lines too
   files_.pop_back();
-  if (!files_.empty()) write_marker(files_.back().presumed(), files_.back().name);
+  if (!files_.empty()) {
+    write_marker(files_.back().presumed(), files_.back().name);
+    replaceable_marker_ = out_->size();
+  }
 }
 
 // A unit is one line of script text, or several when a comment or block string spans lines.
@@ -297,6 +306,11 @@ void Preprocessor::sync(long line) {
 }
 
 void Preprocessor::write_marker(long line, const std::string &name) {
+  if (replaceable_marker_ == out_->size()) {  // the marker after an include that nothing followed
+    size_t start = out_->rfind('\n', out_->size() - 2);
+    out_->resize(start == std::string::npos ? 0 : start + 1);
+  }
+  replaceable_marker_ = std::string::npos;
   if (!out_->empty() && out_->back() != '\n') out_->push_back('\n');
   *out_ += "#line ";
   *out_ += std::to_string(line);

@@ -86,7 +86,7 @@ class Preprocessor final : private TokenSource {
   bool evaluate(const std::string &text, const char *name);
   void conditional(Directive d, const std::string &text);
   void include(const std::string &text);
-  std::string include_name(const std::string &text, bool &angled);
+  std::string include_name(const std::string &text);
 
   MacroTable macros_;
   Expander expander_;
@@ -98,6 +98,7 @@ class Preprocessor final : private TokenSource {
   std::string *out_ = nullptr;
   long out_line_ = 1;  // the line the scanner gives the output line being written
   long err_line_ = 0;  // presumed line of the text being processed
+  size_t replaceable_marker_ = std::string::npos;  // output size just after a leave marker
 };
 
 }  // namespace marl::pp

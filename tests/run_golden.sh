@@ -6,7 +6,7 @@
 # Each script runs in a scratch copy of its folder, so it may write files.
 set -u
 marl=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-dir=$2
+dir=$(cd "$2" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 pass=0 fail=0

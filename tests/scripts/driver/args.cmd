@@ -1,1 +1,1 @@
-cd sub 2>/dev/null || true; "$MARL" args.mr -a one two
+"$MARL" args.mr -a one two

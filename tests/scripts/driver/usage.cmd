@@ -1,4 +1,5 @@
-"$MARL" | sed -n '3,14p'; echo "status ${PIPESTATUS[0]}"
+"$MARL" | sed -e "s|$MARL|marl|" -e 1d; echo "status ${PIPESTATUS[0]}"
 "$MARL" -q x.mr >/dev/null; echo "status $?"
 "$MARL" -e >/dev/null; echo "status $?"
 "$MARL" -i latin1 -e 'print(1)'; echo "status $?"
+"$MARL" -o UTF8 -e 'print(1)'; echo "status $?"

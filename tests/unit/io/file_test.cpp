@@ -198,8 +198,9 @@ TEST(FileFactory, EncodingWords) {
     ASSERT_NE(f, nullptr) << word;
     EXPECT_STREQ(f->typeName(), "file");
   }
-  EXPECT_NE(dynamic_cast<MFileSjis *>(std::unique_ptr<MFile>(makeFileObject("sjis")).get()), nullptr);
-  EXPECT_NE(dynamic_cast<MFileUtf16 *>(std::unique_ptr<MFile>(makeFileObject("utf16")).get()), nullptr);
+  std::unique_ptr<MFile> s(makeFileObject("sjis")), w(makeFileObject("utf16"));
+  EXPECT_NE(dynamic_cast<MFileSjis *>(s.get()), nullptr);
+  EXPECT_NE(dynamic_cast<MFileUtf16 *>(w.get()), nullptr);
   EXPECT_EQ(makeFileObject("SJIS"), nullptr);
   EXPECT_EQ(makeFileObject("latin1"), nullptr);
   EXPECT_EQ(makeFileObject(""), nullptr);

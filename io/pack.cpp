@@ -1,0 +1,284 @@
+// Binary type codes, record templates, and packing and unpacking of records.
+#include "io/pack.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "runtime/conversions.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
+
+namespace marl {
+
+namespace {
+
+struct TypeWord {
+  std::string_view word;
+  int code;
+};
+
+constexpr TypeWord kTypeWords[] = {
+    {"char", 1},   {"sbyte", 1},  {"short", 2},  {"int16", 2},  {"long", 3},   {"int32", 3},
+    {"uchar", 4},  {"byte", 4},   {"ushort", 5}, {"uint16", 5}, {"ulong", 6},  {"uint32", 6},
+    {"float", 7},  {"double", 8},
+};
+
+constexpr size_t kSizes[] = {0, 1, 2, 4, 1, 2, 4, 4, 8};
+
+// The conversion of the original x86 code: NaN and numbers beyond 64 bits
+// become the "integer indefinite" 0x8000000000000000, whose low bytes are 0.
+int64_t truncateToInt64(double v) {
+  if (!(v >= -9223372036854775808.0 && v < 9223372036854775808.0)) return INT64_MIN;
+  return static_cast<int64_t>(v);
+}
+
+void storeLittle(uint64_t bits, size_t n, char *p) {
+  for (size_t i = 0; i < n; i++) p[i] = static_cast<char>(bits >> (8 * i));
+}
+
+uint64_t loadLittle(const char *p, size_t n) {
+  const auto *u = reinterpret_cast<const unsigned char *>(p);
+  uint64_t bits = 0;
+  for (size_t i = 0; i < n; i++) bits |= static_cast<uint64_t>(u[i]) << (8 * i);
+  return bits;
+}
+
+bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isWordStart(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$';
+}
+bool isNumberChar(char c) {
+  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F') || c == 'x' || c == 'X' ||
+         c == 'b' || c == 'B' || c == '_';
+}
+
+// Words, numbers and single characters; an empty token at the end.
+class TemplateLexer {
+ public:
+  explicit TemplateLexer(std::string_view text) : s_(text) {}
+
+  std::string_view next() {
+    skipSpace();
+    size_t start = pos_;
+    if (pos_ == s_.size()) return {};
+    char c = s_[pos_++];
+    if (isWordStart(c)) {
+      while (pos_ < s_.size() && (isWordStart(s_[pos_]) || isDigit(s_[pos_]))) pos_++;
+    } else if (isDigit(c)) {
+      while (pos_ < s_.size() && isNumberChar(s_[pos_])) pos_++;
+    }
+    return s_.substr(start, pos_ - start);
+  }
+  // Looks at the next token; it stays unread unless it is `want`.
+  bool accept(std::string_view want) {
+    size_t mark = pos_;
+    if (next() == want) return true;
+    pos_ = mark;
+    return false;
+  }
+  bool onlySpaceLeft() {
+    skipSpace();
+    return pos_ == s_.size();
+  }
+
+ private:
+  void skipSpace() {
+    while (pos_ < s_.size() && isSpace(s_[pos_])) pos_++;
+  }
+  std::string_view s_;
+  size_t pos_ = 0;
+};
+
+int digitValue(char c) {
+  if (isDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return 99;
+}
+
+// The count between brackets: "0x" hexadecimal, "0" + octal digit or "_"
+// octal, "0b" binary, else decimal; "_" is allowed in all but decimal.
+bool parseCount(std::string_view text, uint32_t &out) {
+  int base = 10;
+  size_t i = 0;
+  if (text.starts_with("0x")) {
+    base = 16, i = 2;
+  } else if (text.size() > 1 && text[0] == '0' && ((text[1] >= '0' && text[1] <= '7') || text[1] == '_')) {
+    base = 8, i = 1;
+  } else if (text.starts_with("0b")) {
+    base = 2, i = 2;
+  }
+  uint64_t n = 0;
+  for (; i < text.size(); i++) {
+    if (text[i] == '_' && base != 10) continue;
+    int d = digitValue(text[i]);
+    if (d >= base) return false;
+    n = n * base + d;
+    if (n > kMaxPackCount) return false;
+  }
+  if (n < 1) return false;
+  out = static_cast<uint32_t>(n);
+  return true;
+}
+
+// A value to pack: null (or absent) is 0; anything else goes through the
+// usual numeric conversion, so numeric strings count and other objects are NaN.
+double packNumber(const HeldValue *h) {
+  if (!h || h->isNull()) return 0.0;
+  if (h->kind != Kind::Object) return h->number;
+  return toNumber(h->get());
+}
+
+}  // namespace
+
+int typeCode(std::string_view word) {
+  for (const TypeWord &t : kTypeWords)
+    if (t.word == word) return t.code;
+  return 0;
+}
+
+size_t typeSize(int code) { return code >= 0 && code <= 8 ? kSizes[code] : 0; }
+
+double decodeTyped(int code, const char *p) {
+  uint64_t bits = loadLittle(p, typeSize(code));
+  switch (code) {
+    case 1: return static_cast<int8_t>(bits);
+    case 2: return static_cast<int16_t>(bits);
+    case 3: return static_cast<int32_t>(bits);
+    case 4:
+    case 5:
+    case 6: return static_cast<double>(bits);
+    case 7: {
+      uint32_t b32 = static_cast<uint32_t>(bits);
+      float f;
+      std::memcpy(&f, &b32, sizeof f);
+      return f;
+    }
+    case 8: {
+      double d;
+      std::memcpy(&d, &bits, sizeof d);
+      return d;
+    }
+    default: return 0.0;
+  }
+}
+
+void encodeTypedAt(int code, double value, char *p) {
+  uint64_t bits;
+  if (code == 7) {
+    float f = static_cast<float>(value);
+    uint32_t b32;
+    std::memcpy(&b32, &f, sizeof b32);
+    bits = b32;
+  } else if (code == 8) {
+    std::memcpy(&bits, &value, sizeof bits);
+  } else {
+    bits = static_cast<uint64_t>(truncateToInt64(value));
+  }
+  storeLittle(bits, typeSize(code), p);
+}
+
+void encodeTyped(int code, double value, std::string &out) {
+  size_t at = out.size();
+  out.resize(at + typeSize(code));
+  encodeTypedAt(code, value, out.data() + at);
+}
+
+bool typeInRange(int code, double v) {
+  switch (code) {
+    case 1:
+    case 4: return v >= -128.0 && v <= 255.0;
+    case 2:
+    case 5: return v >= -32768.0 && v <= 65535.0;
+    case 3:
+    case 6: return v >= -2147483648.0 && v <= 4294967295.0;
+    case 7:
+    case 8: return true;
+    default: return false;
+  }
+}
+
+bool parseTemplate(std::string_view text, PackTemplate &out) {
+  out.fields.clear();
+  out.size = 0;
+  TemplateLexer lex(text);
+  do {
+    std::string_view first = lex.next();
+    if (first.empty()) return false;
+    PackField f{{}, 0, 0};
+    std::string_view type = first;
+    if (lex.accept("=")) {
+      f.name = first;
+      type = lex.next();
+      if (type.empty()) return false;
+    }
+    if (lex.accept("[")) {
+      std::string_view count = lex.next();
+      if (lex.next() != "]" || !parseCount(count, f.count)) return false;
+    }
+    f.code = typeCode(type);
+    if (f.code == 0) return false;
+    out.fields.push_back(f);
+    out.size += typeSize(f.code) * (f.count ? f.count : 1);
+  } while (!lex.onlySpaceLeft());
+  return true;
+}
+
+Value unpackRecord(const PackTemplate &t, std::string_view data) {
+  MHash *h = new MHash();
+  Value result(h);
+  const char *p = data.data();
+  size_t left = data.size();
+  // Once one value does not fit, every later value is null too, even a
+  // smaller one that would.
+  bool valid = true;
+  for (const PackField &f : t.fields) {
+    size_t size = typeSize(f.code);
+    size_t want = f.count ? f.count : 1;
+    size_t fit = valid ? std::min(want, left / size) : 0;
+    if (fit < want) valid = false;
+    if (f.name.empty()) {
+      p += fit * size;
+      left -= fit * size;
+      continue;
+    }
+    if (f.count == 0) {
+      h->set(f.name, fit ? Value::num(decodeTyped(f.code, p)) : Value());
+    } else {
+      MArray *arr = new MArray(f.count);
+      Value holder(arr);
+      for (size_t i = 0; i < fit; i++) {
+        HeldValue &e = arr->items[i];
+        e.kind = Kind::Number;
+        e.number = decodeTyped(f.code, p + i * size);
+      }
+      h->set(f.name, holder);
+    }
+    p += fit * size;
+    left -= fit * size;
+  }
+  return result;
+}
+
+std::string packRecord(const PackTemplate &t, const MHash &values) {
+  std::string out(t.size, '\0');
+  char *p = out.data();
+  for (const PackField &f : t.fields) {
+    size_t size = typeSize(f.code);
+    const HeldValue *v = f.name.empty() ? nullptr : values.find(f.name);
+    if (f.count == 0) {
+      encodeTypedAt(f.code, packNumber(v), p);
+      p += size;
+      continue;
+    }
+    const MArray *arr =
+        v && v->object && v->object->type == ObjType::Array ? static_cast<MArray *>(v->object)
+                                                            : nullptr;
+    for (uint32_t i = 0; i < f.count; i++, p += size)
+      encodeTypedAt(f.code, packNumber(arr ? arr->at(i) : nullptr), p);
+  }
+  return out;
+}
+
+}  // namespace marl

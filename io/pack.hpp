@@ -1,0 +1,54 @@
+// Binary type words and the little-endian encoding of one value, shared by
+// pack/unpack, bsplit/bjoin and typed read/write of files; record templates.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "runtime/value.hpp"
+
+namespace marl {
+
+class MHash;
+
+// "char"/"sbyte" 1, "short"/"int16" 2, "long"/"int32" 3, "uchar"/"byte" 4,
+// "ushort"/"uint16" 5, "ulong"/"uint32" 6, "float" 7, "double" 8; 0 otherwise.
+int typeCode(std::string_view word);
+size_t typeSize(int code);
+// Decodes typeSize(code) bytes at p (sign- or zero-extended, floats widened).
+double decodeTyped(int code, const char *p);
+// Appends the value's bytes: integers truncated and wrapped, floats rounded.
+void encodeTyped(int code, double value, std::string &out);
+// Writes the same typeSize(code) bytes at p.
+void encodeTypedAt(int code, double value, char *p);
+// The range check of write() and bjoin(): [-128, 255], [-32768, 65535],
+// [-2147483648, 4294967295] for the integer widths; NaN is out of range.
+bool typeInRange(int code, double value);
+
+// One field of a record template. The name points into the template text.
+struct PackField {
+  std::string_view name;  // empty: the bytes are skipped by unpack, zero in pack
+  int code;
+  uint32_t count;  // 0: a single value; n >= 1: an array of n values
+};
+
+// Counts above this make a template bad: they could only ask for arrays and
+// strings far beyond memory (the same cap as array dimensions).
+constexpr uint32_t kMaxPackCount = 268435456;
+
+// A parsed template; it refers to the text it was parsed from.
+struct PackTemplate {
+  std::vector<PackField> fields;
+  uint64_t size = 0;  // bytes of one record: what pksize() returns
+};
+
+// Parses `text` into `out` (reusing its storage); false when the template is bad.
+bool parseTemplate(std::string_view text, PackTemplate &out);
+// unpack(): a hash of the named fields; values cut off by the end of data are null.
+Value unpackRecord(const PackTemplate &t, std::string_view data);
+// pack(): the fields' values taken from `values` by name; missing ones are 0.
+std::string packRecord(const PackTemplate &t, const MHash &values);
+
+}  // namespace marl

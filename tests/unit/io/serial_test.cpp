@@ -1,0 +1,224 @@
+// The serialized byte format: exact bytes, shared objects and cycles, and
+// hostile or truncated input.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+#include "eval/error.hpp"
+#include "io/serial.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
+#include "runtime/mstring.hpp"
+
+namespace marl {
+namespace {
+
+using namespace std::string_literals;
+
+std::string u32(uint32_t n) {
+  std::string s(4, '\0');
+  for (int i = 0; i < 4; i++) s[i] = static_cast<char>(n >> (8 * i));
+  return s;
+}
+std::string str(std::string_view s) { return u32(static_cast<uint32_t>(s.size())) + std::string(s); }
+std::string newObject(std::string_view type) { return "\x02\x00"s + str(type); }
+std::string reference(uint32_t n) { return "\x02\x01"s + u32(n); }
+
+Value array(std::initializer_list<Value> items) {
+  MArray *a = new MArray();
+  Value v(a);
+  for (const Value &e : items) a->push(e);
+  return v;
+}
+
+MArray *arr(const Value &v) { return asArray(v); }
+
+std::string errorOf(std::string_view bytes) {
+  try {
+    deserializeValue(bytes);
+  } catch (const ScriptError &e) {
+    return e.what();
+  }
+  return "";
+}
+
+// An object of a class that has no serialized form.
+class Opaque : public MRef {
+ public:
+  const char *typeName() const override { return "funcref"; }
+};
+
+TEST(SerialFormat, ScalarsAndNull) {
+  EXPECT_EQ(serializeValue(Value::num(1)), "\x00\x00\x00\x00\x00\x00\x00\xF0\x3F"s);
+  EXPECT_EQ(serializeValue(Value()), "\x02\x01\x00\x00\x00\x00"s);
+  EXPECT_EQ(serializeValue(Value::boolean(true)), "\x01\x01"s);
+  EXPECT_EQ(serializeValue(Value::boolean(false)), "\x01\x00"s);
+  Value t = deserializeValue("\x01\x01"s);
+  EXPECT_TRUE(t.isBool());
+  EXPECT_EQ(t.number, 1.0);
+  EXPECT_EQ(deserializeValue(serializeValue(Value::num(-2.5))).number, -2.5);
+}
+
+TEST(SerialFormat, StringArrayAndHashBodies) {
+  EXPECT_EQ(serializeValue(makeString("abc")),
+            "\x02\x00\x06\x00\x00\x00string\x03\x00\x00\x00" "abc"s);
+  EXPECT_EQ(serializeValue(array({Value::num(0), makeString("")})),
+            newObject("array") + u32(2) + "\x00"s + std::string(8, '\0') + newObject("string") +
+                u32(0));
+  // Entries go in key order, whatever the insertion order.
+  MHash *h = new MHash();
+  Value hv(h);
+  h->set("b", Value::boolean(true));
+  h->set("a", Value());
+  EXPECT_EQ(serializeValue(hv), newObject("hash") + u32(2) + str("a") + reference(0) + str("b") +
+                                    "\x01\x01"s);
+  Value back = deserializeValue(serializeValue(hv));
+  MHash *h2 = asHash(back);
+  ASSERT_NE(h2, nullptr);
+  EXPECT_EQ(h2->size(), 2u);
+  EXPECT_TRUE(h2->find("a")->isNull());
+  EXPECT_EQ(h2->find("b")->kind, Kind::Bool);
+}
+
+TEST(SerialFormat, CycleBecomesReferenceAndComesBack) {
+  Value a = array({Value::num(7)});
+  arr(a)->push(a);
+  std::string bytes = serializeValue(a);
+  EXPECT_EQ(bytes, newObject("array") + u32(2) + "\x00"s + std::string(6, '\0') + "\x1C\x40"s +
+                       reference(1));
+  Value b = deserializeValue(bytes);
+  ASSERT_NE(arr(b), nullptr);
+  EXPECT_EQ(arr(b)->items[1].object, b.object);
+  EXPECT_EQ(arr(b)->items[0].number, 7.0);
+  arr(a)->items[1] = Value();  // break the cycles so counting frees them
+  arr(b)->items[1] = Value();
+}
+
+TEST(SerialFormat, SharedStringIsWrittenOnceAndStaysShared) {
+  Value s = makeString("shared");
+  Value a = array({s, s, array({s})});
+  std::string bytes = serializeValue(a);
+  EXPECT_EQ(bytes.find("shared"), bytes.rfind("shared"));
+  // The array is object 1, the string object 2.
+  EXPECT_NE(bytes.find(reference(2)), std::string::npos);
+  Value b = deserializeValue(bytes);
+  MArray *outer = arr(b);
+  ASSERT_EQ(outer->size(), 3u);
+  EXPECT_EQ(outer->items[0].object, outer->items[1].object);
+  EXPECT_EQ(arr(outer->items[2].get())->items[0].object, outer->items[0].object);
+  EXPECT_EQ(asString(outer->items[0].get())->text, "shared");
+}
+
+TEST(SerialErrors, UnserializableObjectsAndUnknownFactories) {
+  Value a = array({Value::num(1), Value(new Opaque())});
+  try {
+    serializeValue(a);
+    ADD_FAILURE() << "no error";
+  } catch (const ScriptError &e) {
+    EXPECT_STREQ(e.what(), "error: Object not serializable");
+  }
+  EXPECT_EQ(errorOf(newObject("func")), "error: Factory not found for func");
+  EXPECT_EQ(errorOf(newObject("String")), "error: Factory not found for String");
+  EXPECT_EQ(errorOf(newObject("%s%n")), "error: Factory not found for %s%n");
+}
+
+TEST(SerialErrors, OddKindsTagsAndReferencesGiveNull) {
+  EXPECT_TRUE(deserializeValue("\x07").isNull());
+  EXPECT_TRUE(deserializeValue("\x02\x05").isNull());
+  EXPECT_TRUE(deserializeValue(reference(1)).isNull());
+  // Object 1 is the array itself; 2 does not exist yet.
+  Value v = deserializeValue(newObject("array") + u32(2) + reference(2) + reference(1));
+  EXPECT_TRUE(arr(v)->items[0].isNull());
+  EXPECT_EQ(arr(v)->items[1].object, v.object);
+  arr(v)->items[1] = Value();
+  // Bytes after the value are ignored.
+  EXPECT_EQ(deserializeValue("\x01\x01garbage"s).number, 1.0);
+}
+
+TEST(SerialErrors, CountsBeyondTheInputFailWithoutAllocating) {
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(errorOf(newObject("array") + u32(0xFFFFFFFF) + "\x00\x00"s),
+            "error: Object deserialize error");
+  EXPECT_EQ(errorOf(newObject("hash") + u32(0xFFFFFFFF) + std::string(20, '\0')),
+            "error: Object deserialize error");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  // Every element needs a byte: three bytes carry three elements, not four.
+  std::string three = "\x01\x00\x01"s;
+  Value v = deserializeValue(newObject("array") + u32(3) + three);
+  ASSERT_EQ(arr(v)->size(), 3u);
+  EXPECT_EQ(arr(v)->items[2].kind, Kind::Number);
+  EXPECT_EQ(errorOf(newObject("array") + u32(4) + three), "error: Object deserialize error");
+  // Every hash entry needs five.
+  EXPECT_EQ(asHash(deserializeValue(newObject("hash") + u32(2) + std::string(10, '\0')))->size(),
+            1u);
+  EXPECT_EQ(errorOf(newObject("hash") + u32(2) + std::string(9, '\0')),
+            "error: Object deserialize error");
+}
+
+TEST(SerialErrors, NestedCountsCannotReuseTheirSiblingsBytes) {
+  // Without accounting for the outer array's 999 unread elements, each level
+  // could claim the same kilobyte again and allocation would grow quadratically.
+  std::string inner = newObject("array") + u32(1000);
+  std::string bytes = newObject("array") + u32(1000) + inner + std::string(1000, '\x01');
+  EXPECT_EQ(errorOf(bytes), "error: Object deserialize error");
+  std::string fits =
+      newObject("array") + u32(2) + newObject("array") + u32(1) + "\x01\x01\x01\x00"s;
+  Value v = deserializeValue(fits);
+  EXPECT_EQ(arr(arr(v)->items[0].get())->size(), 1u);
+}
+
+TEST(SerialErrors, RepeatedHashKeyDropsAnObjectThatIsReferencedLater) {
+  // [ hash(k = [], k = 5), ref 3 ]: the dropped array must still be alive.
+  std::string bytes = newObject("array") + u32(2) + newObject("hash") + u32(2) + str("k") +
+                      newObject("array") + u32(0) + str("k") + "\x01\x01"s + reference(3);
+  Value v = deserializeValue(bytes);
+  MArray *outer = arr(v);
+  EXPECT_EQ(asHash(outer->items[0].get())->find("k")->kind, Kind::Bool);
+  ASSERT_NE(arr(outer->items[1].get()), nullptr);
+  EXPECT_EQ(arr(outer->items[1].get())->size(), 0u);
+}
+
+TEST(SerialErrors, TruncatedInputReadsZeros) {
+  EXPECT_EQ(deserializeValue("").kind, Kind::Number);
+  std::string abc = serializeValue(makeString("abc"));
+  EXPECT_EQ(asString(deserializeValue(abc.substr(0, 17)))->text, "a");
+  EXPECT_EQ(asString(deserializeValue(abc.substr(0, 14)))->text, "");
+  // 2.5 is 00 00 00 00 00 00 04 40: without its last byte it reads as a tiny number.
+  Value cut = deserializeValue(serializeValue(Value::num(2.5)).substr(0, 8));
+  EXPECT_EQ(cut.kind, Kind::Number);
+  EXPECT_LT(cut.number, 1e-300);
+  std::string pair = serializeValue(array({Value::num(7), Value::num(8)}));
+  // 8.0 is 00 00 00 00 00 00 20 40: its last two bytes are lost.
+  Value v = deserializeValue(pair.substr(0, pair.size() - 2));
+  EXPECT_EQ(arr(v)->items[0].number, 7.0);
+  EXPECT_EQ(arr(v)->items[1].number, 0.0);
+}
+
+TEST(SerialDepth, MillionNestedArraysRoundTrip) {
+  constexpr int kDepth = 1000000;
+  Value root(new MArray());
+  MArray *tail = arr(root);
+  for (int i = 1; i < kDepth; i++) {
+    MArray *next = new MArray();
+    tail->push(Value(next));
+    tail = next;
+  }
+  tail->push(makeString("bottom"));
+  std::string bytes = serializeValue(root);
+  size_t level = newObject("array").size() + 4;
+  EXPECT_EQ(bytes.size(), kDepth * level + serializeValue(makeString("bottom")).size());
+  Value back = deserializeValue(bytes);
+  MArray *a = arr(back);
+  int depth = 1;
+  while (a && a->size() == 1 && arr(a->items[0].get())) {
+    a = arr(a->items[0].get());
+    depth++;
+  }
+  EXPECT_EQ(depth, kDepth);
+  ASSERT_NE(a, nullptr);
+  EXPECT_EQ(asString(a->items[0].get())->text, "bottom");
+}
+
+}  // namespace
+}  // namespace marl
