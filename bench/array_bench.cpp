@@ -72,7 +72,9 @@ BENCHMARK(BM_SortStrings)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 // A C++ comparator behind a function reference: the cost of the merge sort
 // and of the callback machinery, without a script function's own work.
-void compareNumbers(Context &, int, const Args &a, Value &r) { r.setNumber(a[0].number - a[1].number); }
+void compareNumbers(Context &, int, const Args &a, Value &r) {
+  r.setNumber(a[0].number - a[1].number);
+}
 
 void BM_SortWithComparator(benchmark::State &state) {
   BuiltinHandler sort = handler("sort", 2);

@@ -408,8 +408,8 @@ class RecursiveMapper {
     MArray *out = new MArray();
     Value outHolder(out);
     out->items.reserve(src->size());
-    stack_.push_back(Frame{Value(src), src, std::move(companions), std::move(outHolder),
-                           src->size()});
+    stack_.push_back(
+        Frame{Value(src), src, std::move(companions), std::move(outHolder), src->size()});
   }
 
   void finishElement(const Value &v) {
@@ -435,14 +435,14 @@ void bi_rmap(Context &ctx, int line, const Args &a, Value &r) {
 }
 
 constexpr BuiltinEntry kArray[] = {
-    {"push", 2, bi_push},     {"pop", 1, bi_pop},         {"unshift", 2, bi_unshift},
-    {"shift", 1, bi_shift},   {"clear", 1, bi_clear},     {"erase", 2, bi_erase},
-    {"split", 1, bi_split},   {"split", 2, bi_split},     {"join", 1, bi_join},
-    {"join", 2, bi_join},     {"cat", -1, bi_cat},        {"slice", 2, bi_slice},
-    {"slice", 3, bi_slice},   {"splice", 2, bi_splice},   {"splice", 3, bi_splice},
-    {"splice", 4, bi_splice}, {"resize", 2, bi_resize},   {"resize", 3, bi_resize},
-    {"sort", 1, bi_sort},     {"sort", 2, bi_sort},       {"reverse", 1, bi_reverse},
-    {"map", -1, bi_map},      {"grep", -1, bi_grep},      {"rmap", -1, bi_rmap},
+    {"push", 2, bi_push},     {"pop", 1, bi_pop},       {"unshift", 2, bi_unshift},
+    {"shift", 1, bi_shift},   {"clear", 1, bi_clear},   {"erase", 2, bi_erase},
+    {"split", 1, bi_split},   {"split", 2, bi_split},   {"join", 1, bi_join},
+    {"join", 2, bi_join},     {"cat", -1, bi_cat},      {"slice", 2, bi_slice},
+    {"slice", 3, bi_slice},   {"splice", 2, bi_splice}, {"splice", 3, bi_splice},
+    {"splice", 4, bi_splice}, {"resize", 2, bi_resize}, {"resize", 3, bi_resize},
+    {"sort", 1, bi_sort},     {"sort", 2, bi_sort},     {"reverse", 1, bi_reverse},
+    {"map", -1, bi_map},      {"grep", -1, bi_grep},    {"rmap", -1, bi_rmap},
 };
 
 }  // namespace

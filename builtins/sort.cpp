@@ -4,8 +4,8 @@
 #include "builtins/sort.hpp"
 
 #include <algorithm>
-#include <cstdint>
 #include <cmath>
+#include <cstdint>
 #include <numeric>
 #include <string_view>
 #include <vector>

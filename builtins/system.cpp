@@ -1,6 +1,8 @@
 // File-system built-ins, path arithmetic and the table of the system group
 // (time, file system, console). Paths are bytes handed to the system as they
 // are; a missing or unusable path gives false or null, never an error.
+#include "builtins/system.hpp"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,7 +17,6 @@
 
 #include "builtins/registry.hpp"
 #include "builtins/sjis_text.hpp"
-#include "builtins/system.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
@@ -307,16 +308,35 @@ void bi_splitpath(Context &, int line, const Args &a, Value &r) {
 }
 
 constexpr BuiltinEntry kSystem[] = {
-    {"time", 0, bi_time_now},     {"time", 3, bi_time_make},    {"time", 4, bi_time_make},
-    {"time", 5, bi_time_make},    {"time", 6, bi_time_make},    {"localtime", 0, bi_localtime},
-    {"localtime", 1, bi_localtime}, {"stat", 1, bi_stat},       {"mkdir", 1, bi_mkdir},
-    {"rmdir", 1, bi_rmdir},       {"chdir", 1, bi_chdir},       {"getcwd", 0, bi_getcwd},
-    {"unlink", 1, bi_unlink},     {"rename", 2, bi_rename},     {"fcopy", 2, bi_fcopy},
-    {"fmove", 2, bi_fmove},       {"chmod", 2, bi_chmod},       {"dir", 1, bi_dir},
-    {"dir", 0, bi_dir},           {"fulldir", 1, bi_fulldir},   {"fulldir", 0, bi_fulldir},
-    {"fullpath", 1, bi_fullpath}, {"splitpath", 1, bi_splitpath}, {"tick", 0, bi_tick},
-    {"sleep", 1, bi_sleep},       {"beep", 0, bi_beep},         {"kbhit", 0, bi_kbhit},
-    {"getch", 0, bi_getch},       {"getche", 0, bi_getche},
+    {"time", 0, bi_time_now},
+    {"time", 3, bi_time_make},
+    {"time", 4, bi_time_make},
+    {"time", 5, bi_time_make},
+    {"time", 6, bi_time_make},
+    {"localtime", 0, bi_localtime},
+    {"localtime", 1, bi_localtime},
+    {"stat", 1, bi_stat},
+    {"mkdir", 1, bi_mkdir},
+    {"rmdir", 1, bi_rmdir},
+    {"chdir", 1, bi_chdir},
+    {"getcwd", 0, bi_getcwd},
+    {"unlink", 1, bi_unlink},
+    {"rename", 2, bi_rename},
+    {"fcopy", 2, bi_fcopy},
+    {"fmove", 2, bi_fmove},
+    {"chmod", 2, bi_chmod},
+    {"dir", 1, bi_dir},
+    {"dir", 0, bi_dir},
+    {"fulldir", 1, bi_fulldir},
+    {"fulldir", 0, bi_fulldir},
+    {"fullpath", 1, bi_fullpath},
+    {"splitpath", 1, bi_splitpath},
+    {"tick", 0, bi_tick},
+    {"sleep", 1, bi_sleep},
+    {"beep", 0, bi_beep},
+    {"kbhit", 0, bi_kbhit},
+    {"getch", 0, bi_getch},
+    {"getche", 0, bi_getche},
 };
 
 }  // namespace

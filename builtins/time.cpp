@@ -81,8 +81,8 @@ void bi_localtime(Context &, int line, const Args &a, Value &r) {
 
 void bi_tick(Context &, int, const Args &, Value &r) {
   auto since = std::chrono::steady_clock::now().time_since_epoch();
-  r.setNumber(static_cast<double>(
-      std::chrono::duration_cast<std::chrono::milliseconds>(since).count()));
+  r.setNumber(
+      static_cast<double>(std::chrono::duration_cast<std::chrono::milliseconds>(since).count()));
 }
 
 // Output written so far is flushed first, so a progress line shows before the
@@ -91,7 +91,8 @@ void bi_sleep(Context &, int line, const Args &a, Value &) {
   double ms = argNumber(line, a[0]);
   flushStandardStreams();
   if (!(ms > 0)) return;
-  std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(std::fmin(ms, kMaxSleepMs)));
+  std::this_thread::sleep_for(
+      std::chrono::duration<double, std::milli>(std::fmin(ms, kMaxSleepMs)));
 }
 
 }  // namespace marl

@@ -32,7 +32,8 @@ void SymMan::clear() {
   for (Symbol *s : symbols) {
     if (kind == SCOPE_GLOBAL && s->name->global == s) s->name->global = nullptr;
     s->value.setNull();
-    if (freeSymbols.size() < 4096)
+    // After teardown has emptied the stack, nothing is pooled any more.
+    if (!stack.empty() && freeSymbols.size() < 4096)
       freeSymbols.push_back(s);
     else
       delete s;

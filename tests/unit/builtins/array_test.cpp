@@ -123,8 +123,7 @@ TEST(ArrayBuiltins, SplitAndGrepWithRegularExpressions) {
   EXPECT_EQ(show(call("split", {S("a1b22c3"), digits})), "[ \"a\", \"b\", \"c\", \"\" ]");
   Value empty = test::callBuiltin(regexpBuiltins(), "regexp", {S("x*")});
   EXPECT_EQ(show(call("split", {S("abc"), empty})), "[ \"a\", \"b\", \"c\" ]");
-  EXPECT_EQ(show(call("grep", {digits, arr({S("a1"), S("b"), N(7), Value()})})),
-            "[ \"a1\", 7 ]");
+  EXPECT_EQ(show(call("grep", {digits, arr({S("a1"), S("b"), N(7), Value()})})), "[ \"a1\", 7 ]");
   EXPECT_EQ(error("grep", {digits, arr({}), arr({})}), "error [7]: Bad argument type in grep()");
 }
 
@@ -175,13 +174,14 @@ TEST(ArrayBuiltins, ResizeBoundsAndFill) {
 
 TEST(ArraySort, DefaultOrderIsStableAcrossKinds) {
   Value inner = arr({});
-  Value a = arr({S("b"), N(2), Value(), Value::boolean(true), N(nanValue()), S("B"), inner,
-                 N(1), S("\xff"), S("ab"), N(-0.0), S("a"), N(0), Value::boolean(false)});
+  Value a = arr({S("b"), N(2), Value(), Value::boolean(true), N(nanValue()), S("B"), inner, N(1),
+                 S("\xff"), S("ab"), N(-0.0), S("a"), N(0), Value::boolean(false)});
   call("sort", {a});
   // Numbers and bools by value (1 and true, -0 and 0, 0 and false keep their
   // order), NaN after them, strings by unsigned bytes, then null and objects.
-  EXPECT_EQ(show(a),
-            "[ -0, 0, false, true, 1, 2, NaN, \"B\", \"a\", \"ab\", \"b\", \"\\xff\", null, [  ] ]");
+  EXPECT_EQ(
+      show(a),
+      "[ -0, 0, false, true, 1, 2, NaN, \"B\", \"a\", \"ab\", \"b\", \"\\xff\", null, [  ] ]");
 }
 
 TEST(ArraySort, StringsPastTheirFirstEightBytes) {
@@ -191,11 +191,11 @@ TEST(ArraySort, StringsPastTheirFirstEightBytes) {
                  second, S("a"), S("common-prefix"), S("common-p\xe0")});
   call("sort", {a});
   EXPECT_EQ(show(a),
-            "[ \"a\", \"a\\0\", \"common-p\\xe0\", \"common-prefix\", \"common-prefix-a\", "
-            "\"common-prefix-b\", \"common-prefix-b\", \"common-prefix-c\" ]");
+            "[ \"a\", \"a\\0\", \"common-prefix\", \"common-prefix-a\", \"common-prefix-b\", "
+            "\"common-prefix-b\", \"common-prefix-c\", \"common-p\\xe0\" ]");
   // Equal texts keep their order.
-  EXPECT_EQ(asArray(a)->items[5].object, first.object);
-  EXPECT_EQ(asArray(a)->items[6].object, second.object);
+  EXPECT_EQ(asArray(a)->items[4].object, first.object);
+  EXPECT_EQ(asArray(a)->items[5].object, second.object);
 }
 
 TEST(ArraySort, DefaultOrderMatchesReferenceOnRandomNumbers) {
@@ -269,8 +269,7 @@ TEST(ArraySort, InconsistentComparatorStillGivesAPermutation) {
 TEST(ArraySort, ComparatorErrorsAndChangesLeaveTheArrayWhole) {
   Value a = arr({N(3), N(1), N(2), N(5), N(4)});
   callsLeft = 3;
-  EXPECT_EQ(error("sort", {a, nativeFunction(failingCompare, 2)}),
-            "error [7]: comparator gave up");
+  EXPECT_EQ(error("sort", {a, nativeFunction(failingCompare, 2)}), "error [7]: comparator gave up");
   EXPECT_EQ(show(a), "[ 3, 1, 2, 5, 4 ]");
   sortTarget = asArray(a);
   call("sort", {a, nativeFunction(clearingCompare, 2)});
@@ -290,8 +289,7 @@ TEST(ArrayCallbacks, MapAndGrep) {
   Value add = nativeFunction(addTwo, -1);
   EXPECT_EQ(show(call("map", {add, arr({N(1), N(2), N(3)}), arr({N(10), N(20)})})),
             "[ 11, 22, 103 ]");
-  EXPECT_EQ(show(call("grep", {nativeFunction(isOdd, 1), arr({N(1), N(2), N(3)})})),
-            "[ 1, 3 ]");
+  EXPECT_EQ(show(call("grep", {nativeFunction(isOdd, 1), arr({N(1), N(2), N(3)})})), "[ 1, 3 ]");
   EXPECT_EQ(error("map", {add}), "error [7]: Too few arguments in map()");
   EXPECT_EQ(error("grep", {}), "error [7]: Too few arguments in grep()");
   EXPECT_EQ(error("rmap", {add}), "error [7]: Too few arguments in rmap()");
@@ -312,6 +310,7 @@ TEST(ArrayCallbacks, RmapDescendsAndRefusesCycles) {
   Value cyc = arr({N(1)});
   asArray(cyc)->push(arr({cyc}));
   EXPECT_EQ(error("rmap", {add, cyc}), "error [7]: Recursive array detected in rmap()");
+  asArray(cyc)->items.clear();  // counting alone frees it then; later tests count live objects
   // Deep nesting is walked without C++ recursion.
   Value deep = arr({N(0)});
   for (int i = 0; i < 20000; i++) deep = arr({deep});

@@ -77,8 +77,10 @@ TEST(SystemTime, PartsRoundTripThroughLocaltime) {
   EXPECT_EQ(field(lt, "yday"), 59);
   EXPECT_TRUE(asHash(lt)->find("isdst")->kind == Kind::Bool);
   // Out-of-range parts carry over, as mktime does.
-  EXPECT_EQ(call("time", {N(2000), N(13), N(1)}).number, call("time", {N(2001), N(1), N(1)}).number);
-  EXPECT_EQ(call("time", {N(2000), N(3), N(0)}).number, call("time", {N(2000), N(2), N(29)}).number);
+  EXPECT_EQ(call("time", {N(2000), N(13), N(1)}).number,
+            call("time", {N(2001), N(1), N(1)}).number);
+  EXPECT_EQ(call("time", {N(2000), N(3), N(0)}).number,
+            call("time", {N(2000), N(2), N(29)}).number);
   EXPECT_TRUE(call("time", {N(1e12), N(1), N(1)}).isNull());
   EXPECT_TRUE(call("localtime", {N(nanValue())}).isNull());
   EXPECT_EQ(error("time", {S("2000"), N(1), N(1)}), "error [7]: Cannot convert arg to number");
@@ -178,8 +180,7 @@ TEST_F(SystemFs, PathArithmetic) {
   auto split = [](const char *p) {
     std::string out;
     Value parts = call("splitpath", {S(p)});
-    for (const HeldValue &h : asArray(parts)->items)
-      out += "[" + toText(h.get()) + "]";
+    for (const HeldValue &h : asArray(parts)->items) out += "[" + toText(h.get()) + "]";
     return out;
   };
   EXPECT_EQ(split("dir/name.ext"), "[][dir/][name][.ext]");

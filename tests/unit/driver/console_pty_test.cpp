@@ -14,10 +14,13 @@ namespace {
 class PtySession {
  public:
   PtySession() {
+    char home[] = "/tmp/marl-pty-XXXXXX";
+    if (!mkdtemp(home)) return;
+    home_ = home;
     pid_ = forkpty(&fd_, nullptr, nullptr, nullptr);
     if (pid_ == 0) {
       // A private HOME keeps the history file out of the user's.
-      setenv("HOME", "/tmp", 1);
+      setenv("HOME", home, 1);
       setenv("TERM", "xterm", 1);
       execl(MARL_BINARY, MARL_BINARY, "-t", static_cast<char *>(nullptr));
       _exit(127);
@@ -29,11 +32,16 @@ class PtySession {
       int status;
       waitpid(pid_, &status, 0);
     }
+    if (!home_.empty()) {
+      unlink((home_ + "/.marl_history").c_str());
+      rmdir(home_.c_str());
+    }
   }
   bool ok() const { return pid_ > 0; }
   void send(const std::string &s) { ASSERT_EQ(write(fd_, s.data(), s.size()), (ssize_t)s.size()); }
   // Reads until `needle` has appeared or the time runs out.
-  std::string readUntil(const std::string &needle, int ms = 5000) {
+  // Generous: a sanitizer build on a loaded machine starts slowly.
+  std::string readUntil(const std::string &needle, int ms = 30000) {
     auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
     while (seen_.find(needle) == std::string::npos && std::chrono::steady_clock::now() < end) {
       pollfd p{fd_, POLLIN, 0};
@@ -49,6 +57,7 @@ class PtySession {
  private:
   int fd_ = -1;
   pid_t pid_ = -1;
+  std::string home_;
   std::string seen_;
 };
 

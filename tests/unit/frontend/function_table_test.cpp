@@ -11,7 +11,12 @@ void h1(Context &, int, const Args &, Value &) {}
 void h2(Context &, int, const Args &, Value &) {}
 void h3(Context &, int, const Args &, Value &) {}
 
-TEST(FunctionTable, EqualArityReplacesAndExactBeatsVariadic) {
+class FunctionTable : public ::testing::Test {
+ protected:
+  void TearDown() override { clearFunctions(); }
+};
+
+TEST_F(FunctionTable, EqualArityReplacesAndExactBeatsVariadic) {
   registerFunction("ft_f", 1, h1);
   registerFunction("ft_f", 1, h2);
   FuncInfo *f = findFunction("ft_f");
@@ -30,7 +35,7 @@ TEST(FunctionTable, EqualArityReplacesAndExactBeatsVariadic) {
   EXPECT_EQ(findFunction("ft_f")->find(2), nullptr);
 }
 
-TEST(FunctionTable, GenerationChangesWithEveryRegistration) {
+TEST_F(FunctionTable, GenerationChangesWithEveryRegistration) {
   uint32_t before = functionGeneration();
   registerFunction("ft_gen", 0, h1);
   EXPECT_NE(functionGeneration(), before);
