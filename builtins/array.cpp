@@ -2,7 +2,6 @@
 // slices, and the callback walkers map, grep and rmap.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <string_view>
 #include <unordered_set>
 #include <vector>

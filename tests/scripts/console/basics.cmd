@@ -1,0 +1,2 @@
+"$MARL" -t
+echo "status $?"

@@ -1,0 +1,2 @@
+"$MARL" -t with_script.mr
+echo "status $?"
