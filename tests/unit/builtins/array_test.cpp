@@ -54,43 +54,6 @@ TEST(ArrayBuiltins, RegisteredSurface) {
             "reverse/1 map/-1 grep/-1 rmap/-1");
 }
 
-TEST(ArrayBuiltins, StackAndQueueEnds) {
-  Value a = arr({});
-  EXPECT_EQ(call("push", {a, N(1)}).object, a.object);
-  call("push", {a, N(2)});
-  EXPECT_EQ(call("unshift", {a, S("z")}).object, a.object);
-  EXPECT_EQ(show(a), "[ \"z\", 1, 2 ]");
-  EXPECT_EQ(show(call("pop", {a})), "2");
-  EXPECT_EQ(show(call("shift", {a})), "\"z\"");
-  EXPECT_EQ(show(call("shift", {a})), "1");
-  EXPECT_TRUE(call("pop", {a}).isNull());
-  EXPECT_TRUE(call("shift", {a}).isNull());
-  EXPECT_EQ(error("push", {N(1), N(2)}), "error [7]: Bad argument type in push()");
-  EXPECT_EQ(error("shift", {S("x")}), "error [7]: Bad argument type in shift()");
-}
-
-TEST(ArrayBuiltins, ClearAndErase) {
-  Value a = arr({N(10), N(11), N(12)});
-  EXPECT_TRUE(truth(call("erase", {a, N(1.9)})));  // truncated to 1
-  EXPECT_FALSE(truth(call("erase", {a, N(2)})));
-  EXPECT_FALSE(truth(call("erase", {a, N(-1)})));
-  EXPECT_FALSE(truth(call("erase", {a, N(1e300)})));
-  EXPECT_EQ(show(a), "[ 10, 12 ]");
-  EXPECT_EQ(error("erase", {a, S("0")}), "error [7]: Cannot convert arg to number");
-
-  Value h(new MHash());
-  asHash(h)->set("k", N(1));
-  asHash(h)->set("j", N(2));
-  EXPECT_FALSE(truth(call("erase", {h, N(1)})));  // not a key, as with key()
-  EXPECT_TRUE(truth(call("erase", {h, S("k")})));
-  EXPECT_FALSE(truth(call("erase", {h, S("k")})));
-  EXPECT_EQ(call("clear", {h}).object, h.object);
-  EXPECT_EQ(asHash(h)->size(), 0u);
-  call("clear", {a});
-  EXPECT_EQ(asArray(a)->size(), 0u);
-  EXPECT_EQ(error("clear", {S("x")}), "error [7]: Bad argument type in clear()");
-}
-
 TEST(ArrayBuiltins, SplitForms) {
   EXPECT_EQ(show(call("split", {S(" \t a  b\r\n\f\vc \n")})), "[ \"a\", \"b\", \"c\" ]");
   EXPECT_EQ(show(call("split", {S("  ")})), "[  ]");
@@ -125,37 +88,6 @@ TEST(ArrayBuiltins, SplitAndGrepWithRegularExpressions) {
   EXPECT_EQ(show(call("split", {S("abc"), empty})), "[ \"a\", \"b\", \"c\" ]");
   EXPECT_EQ(show(call("grep", {digits, arr({S("a1"), S("b"), N(7), Value()})})), "[ \"a1\", 7 ]");
   EXPECT_EQ(error("grep", {digits, arr({}), arr({})}), "error [7]: Bad argument type in grep()");
-}
-
-TEST(ArrayBuiltins, JoinRoundTrip) {
-  Value a = arr({N(1), S("x"), Value::boolean(true), Value(), N(0.5)});
-  EXPECT_EQ(toText(call("join", {a, S(", ")})), "1, x, true, null, 0.5");
-  EXPECT_EQ(toText(call("join", {a})), "1xtruenull0.5");
-  std::string line = "a::b::::c";
-  EXPECT_EQ(toText(call("join", {call("split", {S(line), S("::")}), S("::")})), line);
-  EXPECT_EQ(error("join", {a, N(1)}), "error [7]: Cannot convert arg to string");
-}
-
-TEST(ArrayBuiltins, CatSliceSplice) {
-  Value a = arr({N(1), N(2), N(3), N(4)});
-  EXPECT_EQ(show(call("cat", {})), "[  ]");
-  EXPECT_EQ(show(call("cat", {a, N(5), arr({}), S("x")})), "[ 1, 2, 3, 4, 5, \"x\" ]");
-  EXPECT_EQ(show(call("slice", {a, N(-2)})), "[ 3, 4 ]");
-  EXPECT_EQ(show(call("slice", {a, N(-9), N(2)})), "[ 1, 2 ]");
-  EXPECT_EQ(show(call("slice", {a, N(1), N(-1)})), "[ 2, 3, 4 ]");
-  EXPECT_EQ(show(call("slice", {a, N(9)})), "[  ]");
-  EXPECT_EQ(show(call("slice", {a, N(1), N(1e300)})), "[ 2, 3, 4 ]");
-
-  EXPECT_EQ(show(call("splice", {a, N(1), N(2), arr({S("x"), S("y"), S("z")})})), "[ 2, 3 ]");
-  EXPECT_EQ(show(a), "[ 1, \"x\", \"y\", \"z\", 4 ]");
-  EXPECT_EQ(show(call("splice", {a, N(-1), N(0), Value()})), "[  ]");
-  EXPECT_EQ(show(a), "[ 1, \"x\", \"y\", \"z\", null, 4 ]");
-  EXPECT_EQ(show(call("splice", {a, N(3)})), "[ \"z\", null, 4 ]");
-  // The replacement may be the array itself.
-  call("splice", {a, N(1), N(1), a});
-  EXPECT_EQ(show(a), "[ 1, 1, \"x\", \"y\", \"y\" ]");
-  call("splice", {a, N(99), N(5), arr({N(7)})});
-  EXPECT_EQ(show(a), "[ 1, 1, \"x\", \"y\", \"y\", 7 ]");
 }
 
 TEST(ArrayBuiltins, ResizeBoundsAndFill) {

@@ -118,7 +118,7 @@ TEST_F(SystemFs, DirectoriesAndStat) {
   EXPECT_EQ(error("mkdir", {N(1)}), "error [7]: Cannot convert arg to string");
 }
 
-TEST_F(SystemFs, CopyMoveRenameUnlink) {
+TEST_F(SystemFs, CopyAndChmod) {
   std::string bytes("a\0b\r\n", 5);
   writeBytes("src", bytes);
   EXPECT_TRUE(truth(call("fcopy", {S("src"), S("copy")})));
@@ -133,14 +133,6 @@ TEST_F(SystemFs, CopyMoveRenameUnlink) {
   mkdir("dir", 0777);
   EXPECT_FALSE(truth(call("fcopy", {S("dir"), S("x")})));
   EXPECT_FALSE(truth(call("fcopy", {S("missing"), S("x")})));
-
-  EXPECT_TRUE(truth(call("rename", {S("copy"), S("dir/moved")})));
-  EXPECT_TRUE(call("stat", {S("copy")}).isNull());
-  EXPECT_TRUE(truth(call("fmove", {S("dir/moved"), S("back")})));
-  EXPECT_FALSE(truth(call("fmove", {S("dir/moved"), S("back")})));
-  EXPECT_TRUE(truth(call("unlink", {S("back")})));
-  EXPECT_FALSE(truth(call("unlink", {S("back")})));
-  EXPECT_FALSE(truth(call("unlink", {S("dir")})));
 
   EXPECT_TRUE(truth(call("chmod", {S("src"), N(0640)})));
   EXPECT_EQ(static_cast<int>(field(call("stat", {S("src")}), "mode")) & 07777, 0640);
@@ -170,26 +162,6 @@ TEST_F(SystemFs, DirectoryListingsWithWildcards) {
   std::string stars(40, '*');
   writeBytes(std::string(60, 'a').c_str(), "");
   EXPECT_EQ(sortedNames(call("dir", {S(stars + "z")})), "");
-}
-
-TEST_F(SystemFs, PathArithmetic) {
-  EXPECT_EQ(toText(call("fullpath", {S("/a/./b/../../c//d/")})), "/c/d");
-  EXPECT_EQ(toText(call("fullpath", {S("/../..")})), "/");
-  EXPECT_EQ(toText(call("fullpath", {S("x/../y/new")})), root_ + "/y/new");
-  EXPECT_EQ(toText(call("fullpath", {S("")})), root_);
-  auto split = [](const char *p) {
-    std::string out;
-    Value parts = call("splitpath", {S(p)});
-    for (const HeldValue &h : asArray(parts)->items) out += "[" + toText(h.get()) + "]";
-    return out;
-  };
-  EXPECT_EQ(split("dir/name.ext"), "[][dir/][name][.ext]");
-  EXPECT_EQ(split("/a/b.c/arc.tar.gz"), "[][/a/b.c/][arc.tar][.gz]");
-  EXPECT_EQ(split("name"), "[][][name][]");
-  EXPECT_EQ(split("dir/"), "[][dir/][][]");
-  EXPECT_EQ(split(".profile"), "[][][.profile][]");
-  EXPECT_EQ(split("a/.."), "[][a/][..][]");
-  EXPECT_EQ(split("x."), "[][][x][.]");
 }
 
 TEST(SystemConsole, WithoutTerminalNoKeysAreWaiting) {
