@@ -2,6 +2,7 @@
 #include "io/pack.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "runtime/conversions.hpp"
@@ -18,14 +19,14 @@ struct TypeWord {
 };
 
 constexpr TypeWord kTypeWords[] = {
-    {"char", 1},   {"sbyte", 1},  {"short", 2},  {"int16", 2},  {"long", 3},   {"int32", 3},
-    {"uchar", 4},  {"byte", 4},   {"ushort", 5}, {"uint16", 5}, {"ulong", 6},  {"uint32", 6},
-    {"float", 7},  {"double", 8},
+    {"char", 1},  {"sbyte", 1},  {"short", 2}, {"int16", 2},  {"long", 3},
+    {"int32", 3}, {"uchar", 4},  {"byte", 4},  {"ushort", 5}, {"uint16", 5},
+    {"ulong", 6}, {"uint32", 6}, {"float", 7}, {"double", 8},
 };
 
 constexpr size_t kSizes[] = {0, 1, 2, 4, 1, 2, 4, 4, 8};
 
-// The conversion of the original x86 code: NaN and numbers beyond 64 bits
+// As the x86 truncating conversion does: NaN and numbers beyond 64 bits
 // become the "integer indefinite" 0x8000000000000000, whose low bytes are 0.
 int64_t truncateToInt64(double v) {
   if (!(v >= -9223372036854775808.0 && v < 9223372036854775808.0)) return INT64_MIN;
@@ -43,15 +44,23 @@ uint64_t loadLittle(const char *p, size_t n) {
   return bits;
 }
 
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isWordStart(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$';
-}
-bool isNumberChar(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F') || c == 'x' || c == 'X' ||
-         c == 'b' || c == 'B' || c == '_';
-}
+// Character classes of the template tokenizer, one table lookup per byte.
+enum : uint8_t { kSpace = 1, kWord = 2, kDigit = 4, kNumber = 8 };
+
+constexpr std::array<uint8_t, 256> kClass = [] {
+  std::array<uint8_t, 256> t{};
+  for (int c : {' ', '\t', '\n', '\v', '\f', '\r'}) t[c] = kSpace;
+  for (int c = 'a'; c <= 'z'; c++) t[c] |= kWord;
+  for (int c = 'A'; c <= 'Z'; c++) t[c] |= kWord;
+  t['_'] |= kWord | kNumber;
+  t['$'] |= kWord;
+  for (int c = '0'; c <= '9'; c++) t[c] |= kDigit | kNumber;
+  for (int c : {'a', 'b', 'c', 'd', 'e', 'f', 'A', 'B', 'C', 'D', 'E', 'F', 'x', 'X'})
+    t[c] |= kNumber;
+  return t;
+}();
+
+bool is(char c, uint8_t cls) { return kClass[static_cast<unsigned char>(c)] & cls; }
 
 // Words, numbers and single characters; an empty token at the end.
 class TemplateLexer {
@@ -63,19 +72,19 @@ class TemplateLexer {
     size_t start = pos_;
     if (pos_ == s_.size()) return {};
     char c = s_[pos_++];
-    if (isWordStart(c)) {
-      while (pos_ < s_.size() && (isWordStart(s_[pos_]) || isDigit(s_[pos_]))) pos_++;
-    } else if (isDigit(c)) {
-      while (pos_ < s_.size() && isNumberChar(s_[pos_])) pos_++;
+    if (is(c, kWord)) {
+      while (pos_ < s_.size() && is(s_[pos_], kWord | kDigit)) pos_++;
+    } else if (is(c, kDigit)) {
+      while (pos_ < s_.size() && is(s_[pos_], kNumber)) pos_++;
     }
     return s_.substr(start, pos_ - start);
   }
-  // Looks at the next token; it stays unread unless it is `want`.
-  bool accept(std::string_view want) {
-    size_t mark = pos_;
-    if (next() == want) return true;
-    pos_ = mark;
-    return false;
+  // Takes the next token when it is the single character `want`.
+  bool accept(char want) {
+    skipSpace();
+    if (pos_ == s_.size() || s_[pos_] != want) return false;
+    pos_++;
+    return true;
   }
   bool onlySpaceLeft() {
     skipSpace();
@@ -84,14 +93,14 @@ class TemplateLexer {
 
  private:
   void skipSpace() {
-    while (pos_ < s_.size() && isSpace(s_[pos_])) pos_++;
+    while (pos_ < s_.size() && is(s_[pos_], kSpace)) pos_++;
   }
   std::string_view s_;
   size_t pos_ = 0;
 };
 
 int digitValue(char c) {
-  if (isDigit(c)) return c - '0';
+  if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return 99;
@@ -104,7 +113,8 @@ bool parseCount(std::string_view text, uint32_t &out) {
   size_t i = 0;
   if (text.starts_with("0x")) {
     base = 16, i = 2;
-  } else if (text.size() > 1 && text[0] == '0' && ((text[1] >= '0' && text[1] <= '7') || text[1] == '_')) {
+  } else if (text.size() > 1 && text[0] == '0' &&
+             ((text[1] >= '0' && text[1] <= '7') || text[1] == '_')) {
     base = 8, i = 1;
   } else if (text.starts_with("0b")) {
     base = 2, i = 2;
@@ -133,8 +143,10 @@ double packNumber(const HeldValue *h) {
 }  // namespace
 
 int typeCode(std::string_view word) {
+  // Every template field looks its word up, so reject by size and first
+  // letter before comparing bytes.
   for (const TypeWord &t : kTypeWords)
-    if (t.word == word) return t.code;
+    if (t.word.size() == word.size() && t.word[0] == word[0] && t.word == word) return t.code;
   return 0;
 }
 
@@ -208,12 +220,12 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
     if (first.empty()) return false;
     PackField f{{}, 0, 0};
     std::string_view type = first;
-    if (lex.accept("=")) {
+    if (lex.accept('=')) {
       f.name = first;
       type = lex.next();
       if (type.empty()) return false;
     }
-    if (lex.accept("[")) {
+    if (lex.accept('[')) {
       std::string_view count = lex.next();
       if (lex.next() != "]" || !parseCount(count, f.count)) return false;
     }
@@ -272,9 +284,9 @@ std::string packRecord(const PackTemplate &t, const MHash &values) {
       p += size;
       continue;
     }
-    const MArray *arr =
-        v && v->object && v->object->type == ObjType::Array ? static_cast<MArray *>(v->object)
-                                                            : nullptr;
+    const MArray *arr = v && v->object && v->object->type == ObjType::Array
+                            ? static_cast<MArray *>(v->object)
+                            : nullptr;
     for (uint32_t i = 0; i < f.count; i++, p += size)
       encodeTypedAt(f.code, packNumber(arr ? arr->at(i) : nullptr), p);
   }

@@ -153,13 +153,15 @@ Value MStream::readOne(std::vector<ReadFrame> &work) {
   // more elements than it has bytes.
   if (object->type == ObjType::Array) {
     uint32_t n = readU32();
-    if (n && pledged_ + n * kMinElementBytes > remaining()) raise_error(0, "Object deserialize error");
+    if (n && pledged_ + n * kMinElementBytes > remaining())
+      raise_error(0, "Object deserialize error");
     pledged_ += n * kMinElementBytes;
     static_cast<MArray *>(object)->resize(n);
     if (n) work.push_back({object, 0, n});
   } else if (object->type == ObjType::Hash) {
     uint32_t n = readU32();
-    if (n && pledged_ + n * kMinEntryBytes > remaining()) raise_error(0, "Object deserialize error");
+    if (n && pledged_ + n * kMinEntryBytes > remaining())
+      raise_error(0, "Object deserialize error");
     pledged_ += n * kMinEntryBytes;
     if (n) work.push_back({object, 0, n});
   } else if (!object->deserialize(*this)) {

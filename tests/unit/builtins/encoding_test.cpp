@@ -1,5 +1,5 @@
-// encode and decode: the type words, Base64's lenient decoder, messages; and
-// the registered surface of the binary groups.
+// encode and decode: the type words and messages; and the registered surface
+// of the binary groups.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -43,27 +43,14 @@ std::string errorOf(const char *name, const Value &a, const Value &b) {
   return "";
 }
 
-TEST(Base64, EncodingPadsTheLastGroup) {
+// The codec itself is tested in tests/unit/io/encoding_test.cpp; these check
+// that both words reach it, in both directions.
+TEST(Encodings, Base64Words) {
   EXPECT_EQ(encode("Ma", "b64"), "TWE=");
-  EXPECT_EQ(encode("M", "b64"), "TQ==");
-  EXPECT_EQ(encode("Man", "base64"), "TWFu");
-  EXPECT_EQ(encode("", "base64"), "");
-  EXPECT_EQ(encode("\xFF\xFE\x00"s, "b64"), "//4A");
-}
-
-TEST(Base64, DecoderSkipsNoiseAndStopsAtPaddingOrNul) {
-  EXPECT_EQ(decode("TWFu", "base64"), "Man");
+  EXPECT_EQ(encode("M", "base64"), "TQ==");
   EXPECT_EQ(decode("TW Fu", "base64"), "Man");
-  EXPECT_EQ(decode("T\r\nW\x80\xFF" "Fu", "b64"), "Man");
-  EXPECT_EQ(decode("TWFuTQ", "base64"), "Man");
-  EXPECT_EQ(decode("TQ==TWFu", "base64"), "M");
-  EXPECT_EQ(decode("TWE=", "b64"), "Ma");
-  EXPECT_EQ(decode("TW\0Fu"s, "b64"), "");
-  EXPECT_EQ(decode("TWFu\0TWFu"s, "b64"), "Man");
-  EXPECT_EQ(decode("=", "b64"), "");
-  std::string all;
-  for (int i = 0; i < 256; i++) all += static_cast<char>(i);
-  EXPECT_EQ(decode(encode(all, "b64"), "b64"), all);
+  EXPECT_EQ(decode("TWFuTQ", "b64"), "Man");
+  EXPECT_EQ(decode("TQ==TWFu", "b64"), "M");
 }
 
 TEST(Encodings, EachWordUsesItsConverter) {

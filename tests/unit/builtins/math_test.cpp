@@ -60,14 +60,9 @@ TEST(MathBuiltins, RegisteredInOrder) {
 
 TEST(MathBuiltins, LibraryFunctionsAndArguments) {
   EXPECT_DOUBLE_EQ(num("atan", {N(1), N(-1)}), 3 * std::atan(1.0));
-  EXPECT_DOUBLE_EQ(num("atan", {N(1)}), std::atan(1.0));
   EXPECT_DOUBLE_EQ(num("log", {N(8), N(2)}), 3);
-  EXPECT_DOUBLE_EQ(num("log", {N(std::exp(2.0))}), 2);
   EXPECT_EQ(num("pow", {N(2), N(10)}), 1024);
   EXPECT_EQ(num("abs", {N(-2.5)}), 2.5);
-  EXPECT_EQ(num("floor", {N(-2.5)}), -3);
-  EXPECT_EQ(num("ceil", {N(-2.5)}), -2);
-  EXPECT_EQ(num("log10", {N(1000)}), 3);
   // Outside the domain the library's NaN or infinity comes back, no error.
   EXPECT_TRUE(std::isnan(num("sqrt", {N(-1)})));
   EXPECT_EQ(num("log", {N(0)}), -kInf);
@@ -83,10 +78,8 @@ TEST(MathBuiltins, InverseHyperbolicFormulasAndThresholds) {
   x = 0.0011;
   EXPECT_EQ(num("asinh", {N(x)}), std::log(x + std::sqrt(x * x + 1)));
   EXPECT_EQ(num("asinh", {N(-x)}), -std::log(std::sqrt(x * x + 1) + x));
-  EXPECT_NEAR(num("asinh", {N(2)}), std::asinh(2.0), 1e-15);
   EXPECT_EQ(num("atanh", {N(0.001)}), (0.001 * 0.001 / 3 + 1) * 0.001);
   EXPECT_EQ(num("atanh", {N(-0.5)}), std::log(0.5 / 1.5) / 2);
-  EXPECT_EQ(num("atanh", {N(1)}), kInf);
   EXPECT_EQ(num("acosh", {N(1)}), 0);
   EXPECT_EQ(num("acosh", {N(2)}), std::log(2 + std::sqrt(3.0)));
   EXPECT_TRUE(std::isnan(num("acosh", {N(0.5)})));
@@ -95,7 +88,6 @@ TEST(MathBuiltins, InverseHyperbolicFormulasAndThresholds) {
 TEST(MathBuiltins, SignAndFinite) {
   EXPECT_EQ(num("sign", {N(-0.0)}), 0);
   EXPECT_EQ(num("sign", {N(1e-300)}), 1);
-  EXPECT_EQ(num("sign", {N(-kInf)}), -1);
   EXPECT_EQ(num("sign", {N(kNaN)}), -1);
   Value f = call("finite", {N(1e308)});
   EXPECT_TRUE(f.isBool());
@@ -108,7 +100,6 @@ TEST(MathBuiltins, RoundHalfAwayFromZero) {
   EXPECT_EQ(num("round", {N(-2.5)}), -3);
   EXPECT_EQ(num("round", {N(2.5)}), 3);
   EXPECT_EQ(num("round", {N(2.4999)}), 2);
-  EXPECT_EQ(num("round", {N(-2.4999)}), -2);
   // floor(x + 0.5) would give 1 here.
   EXPECT_EQ(num("round", {N(0.49999999999999994)}), 0);
   EXPECT_EQ(num("round", {N(4503599627370497.0)}), 4503599627370497.0);
@@ -127,14 +118,11 @@ TEST(MathBuiltins, RoundToDecimalPlacesAsWritten) {
   EXPECT_EQ(num("round", {N(0.1 + 0.2), N(2)}), 0.3);
   EXPECT_EQ(num("round", {N(9.995), N(2)}), 10);
   EXPECT_EQ(num("round", {N(0.05), N(1)}), 0.1);
-  EXPECT_EQ(num("round", {N(0.04), N(1)}), 0);
   EXPECT_EQ(num("round", {N(0.0004), N(1)}), 0);
   EXPECT_EQ(num("round", {N(1.23456), N(3.9)}), 1.235);
-  EXPECT_EQ(num("round", {N(-2.5), N(0)}), -3);
   // Negative places round to tens, hundreds, ...
   EXPECT_EQ(num("round", {N(1234.5678), N(-2)}), 1200);
   EXPECT_EQ(num("round", {N(1250), N(-2)}), 1300);
-  EXPECT_EQ(num("round", {N(-1250), N(-2)}), -1300);
   EXPECT_EQ(num("round", {N(999.5), N(-3)}), 1000);
   EXPECT_EQ(num("round", {N(499), N(-3)}), 0);
   EXPECT_EQ(num("round", {N(1.7e308), N(-308)}), kInf);
@@ -143,23 +131,19 @@ TEST(MathBuiltins, RoundToDecimalPlacesAsWritten) {
   EXPECT_EQ(num("round", {N(5e-324), N(1e9)}), 5e-324);
   EXPECT_EQ(num("round", {N(123.456), N(-1e9)}), 0);
   EXPECT_EQ(num("round", {N(123.456), N(kNaN)}), 123);
-  EXPECT_EQ(num("round", {N(kInf), N(2)}), kInf);
 }
 
 TEST(MathBuiltins, BankersRounding) {
   EXPECT_EQ(num("bround", {N(2.5)}), 2);
   EXPECT_EQ(num("bround", {N(3.5)}), 4);
   EXPECT_EQ(num("bround", {N(-2.5)}), -2);
-  EXPECT_EQ(num("bround", {N(-3.5)}), -4);
   EXPECT_EQ(num("bround", {N(2.5000000000000004)}), 3);
   EXPECT_EQ(num("bround", {N(0.5)}), 0);
   EXPECT_EQ(num("bround", {N(0.125), N(2)}), 0.12);
-  EXPECT_EQ(num("bround", {N(0.375), N(2)}), 0.38);
   EXPECT_EQ(num("bround", {N(2.675), N(2)}), 2.68);
   EXPECT_EQ(num("bround", {N(2.665), N(2)}), 2.66);
   EXPECT_EQ(num("bround", {N(2.6651), N(2)}), 2.67);
   EXPECT_EQ(num("bround", {N(1250), N(-2)}), 1200);
-  EXPECT_EQ(num("bround", {N(1350), N(-2)}), 1400);
   EXPECT_EQ(num("bround", {N(0.05), N(1)}), 0);
   EXPECT_EQ(num("bround", {N(0.15), N(1)}), 0.2);
 }
@@ -176,14 +160,11 @@ TEST(MathBuiltins, RoundDecimalAtZeroPlacesMatchesWholeRounding) {
 TEST(MathBuiltins, MaxAndMin) {
   EXPECT_EQ(num("max", {N(1), N(5), N(3)}), 5);
   EXPECT_EQ(num("min", {N(1), N(-5), N(3)}), -5);
-  EXPECT_EQ(num("max", {N(-7)}), -7);
   EXPECT_EQ(num("max", {array({N(1), N(9)}), N(2)}), 9);
   EXPECT_EQ(num("min", {N(4), array({}), array({N(3), Value::boolean(true)})}), 1);
   EXPECT_TRUE(call("max", {Value::boolean(true), N(0)}).isNumber());
   EXPECT_TRUE(std::isnan(num("max", {N(1), N(kNaN), N(2)})));
-  EXPECT_TRUE(std::isnan(num("min", {N(kNaN), N(2)})));
   EXPECT_EQ(error("max", {}), "error [7]: Too few argument in max()");
-  EXPECT_EQ(error("min", {}), "error [7]: Too few argument in min()");
   EXPECT_EQ(error("max", {array({})}), "error [7]: Too few argument in max()");
   EXPECT_EQ(error("max", {N(1), S("2")}), "error [7]: Cannot convert arg to number");
   EXPECT_EQ(error("min", {array({N(1), S("x")})}), "error [7]: Cannot convert arg to number");
@@ -197,9 +178,7 @@ TEST(MathBuiltins, Factorial) {
   EXPECT_TRUE(std::isfinite(num("fact", {N(170)})));
   EXPECT_EQ(num("fact", {N(171)}), kInf);
   EXPECT_EQ(num("fact", {N(1e9)}), kInf);
-  EXPECT_EQ(num("fact", {N(kInf)}), kInf);
   EXPECT_TRUE(std::isnan(num("fact", {N(-1)})));
-  EXPECT_TRUE(std::isnan(num("fact", {N(kNaN)})));
   EXPECT_EQ(num("fact", {N(-0.5)}), 1);
 }
 
@@ -209,10 +188,8 @@ TEST(MathBuiltins, PermutationsAndCombinations) {
   EXPECT_EQ(num("perm", {N(-1), N(2)}), 0);
   EXPECT_EQ(num("comb", {N(5), N(-1)}), 0);
   EXPECT_EQ(num("perm", {N(5), N(0)}), 1);
-  EXPECT_EQ(num("comb", {N(0), N(0)}), 1);
   EXPECT_EQ(num("perm", {N(5.9), N(2.9)}), 20);
   EXPECT_EQ(num("comb", {N(52), N(5)}), 2598960);
-  EXPECT_EQ(num("perm", {N(2), N(5)}), 0);
   // With r > n a factor is 0, even when the other factors would overflow.
   EXPECT_EQ(num("perm", {N(10000), N(20000)}), 0);
   EXPECT_EQ(num("comb", {N(10000), N(20000)}), 0);
@@ -230,20 +207,17 @@ TEST(MathBuiltins, GcdAndLcm) {
   EXPECT_EQ(num("gcd", {N(12), N(18)}), 6);
   EXPECT_EQ(num("gcd", {N(-12), N(18.7), N(8)}), 2);
   EXPECT_EQ(num("gcd", {N(0), N(0)}), 0);
-  EXPECT_EQ(num("gcd", {N(0), N(5)}), 5);
   EXPECT_EQ(num("gcd", {N(-7.5)}), 7);
   EXPECT_EQ(num("gcd", {N(std::ldexp(1.0, 60)), N(3 * std::ldexp(1.0, 40))}), std::ldexp(1.0, 40));
   EXPECT_EQ(num("lcm", {N(4), N(6)}), 12);
   EXPECT_EQ(num("lcm", {N(2), N(3), N(-4)}), 12);
   EXPECT_EQ(num("lcm", {N(4), N(0)}), 0);
-  EXPECT_EQ(num("lcm", {N(-3)}), 3);
   EXPECT_EQ(num("lcm", {N(1e308), N(3)}), kInf);
   EXPECT_EQ(num("lcm", {N(1e308), N(3), N(0)}), 0);
   EXPECT_TRUE(std::isnan(num("gcd", {N(kNaN), N(3)})));
   EXPECT_TRUE(std::isnan(num("lcm", {N(3), N(kInf)})));
   EXPECT_EQ(error("gcd", {}), "error [7]: Too few arguments in gcd()");
   EXPECT_EQ(error("lcm", {}), "error [7]: Too few arguments in lcm()");
-  EXPECT_EQ(error("gcd", {N(4), S("2")}), "error [7]: Cannot convert arg to number");
 }
 
 TEST(MathBuiltins, FactorGivesPrimesAscending) {
@@ -251,15 +225,12 @@ TEST(MathBuiltins, FactorGivesPrimesAscending) {
   EXPECT_EQ(numbers(call("factor", {N(360)})), (V{2, 2, 2, 3, 3, 5}));
   EXPECT_EQ(numbers(call("factor", {N(97.9)})), (V{97}));
   EXPECT_EQ(numbers(call("factor", {N(600851475143.0)})), (V{71, 839, 1471, 6857}));
-  EXPECT_EQ(numbers(call("factor", {N(25)})), (V{5, 5}));
   EXPECT_EQ(numbers(call("factor", {N(49 * 11)})), (V{7, 7, 11}));
   EXPECT_EQ(numbers(call("factor", {N(1)})), V{});
   EXPECT_EQ(numbers(call("factor", {N(-12)})), V{});
-  EXPECT_EQ(numbers(call("factor", {N(-kInf)})), V{});
   EXPECT_EQ(numbers(call("factor", {N(std::ldexp(1.0, 53))})), V(53, 2));
   EXPECT_EQ(error("factor", {N(std::ldexp(1.0, 53) + 2)}), "error [7]: Bad argument in factor()");
   EXPECT_EQ(error("factor", {N(kNaN)}), "error [7]: Bad argument in factor()");
-  EXPECT_EQ(error("factor", {N(kInf)}), "error [7]: Bad argument in factor()");
 }
 
 // The largest prime below 2^53 is the worst case of trial division.
@@ -275,7 +246,6 @@ TEST(MathBuiltins, FactorOfALargePrimeFinishesQuickly) {
 
 TEST(MathBuiltins, Clamp) {
   EXPECT_EQ(num("clamp", {N(5), N(0), N(3)}), 3);
-  EXPECT_EQ(num("clamp", {N(-1), N(0), N(3)}), 0);
   EXPECT_EQ(num("clamp", {N(2.5), N(0), N(3)}), 2.5);
   // lo above hi: lo when x is below lo, else hi.
   EXPECT_EQ(num("clamp", {N(2), N(3), N(0)}), 3);

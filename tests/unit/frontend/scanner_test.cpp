@@ -172,7 +172,8 @@ TEST_F(ScannerTest, DoubleQuotedEscapes) {
   EXPECT_EQ(scan("\"\\x41\\x4\\o101\\o0\\q\\\\x41\""), (Tokens{"\"A\\x04A\\x00\\\\q\\\\x41\""}));
   // \0 is not an octal prefix; \o gives the low byte of its value.
   EXPECT_EQ(scan("\"\\012\\o777\\o400\\xfF\""), (Tokens{"\"\\x0012\\xff\\x00\\xff\""}));
-  EXPECT_EQ(scan("\"\\n\\t\\r\\a\\b\\f\\v\\\"\\'\""), (Tokens{"\"\\n\\t\\r\\x07\\x08\\x0c\\x0b\\\"'\""}));
+  EXPECT_EQ(scan("\"\\n\\t\\r\\a\\b\\f\\v\\\"\\'\""),
+            (Tokens{"\"\\n\\t\\r\\x07\\x08\\x0c\\x0b\\\"'\""}));
   // Without digits the escape letters stay as written.
   EXPECT_EQ(scan("\"\\xg\\o8\""), (Tokens{"\"\\\\xg\\\\o8\""}));
 }

@@ -21,7 +21,9 @@ std::string u32(uint32_t n) {
   for (int i = 0; i < 4; i++) s[i] = static_cast<char>(n >> (8 * i));
   return s;
 }
-std::string str(std::string_view s) { return u32(static_cast<uint32_t>(s.size())) + std::string(s); }
+std::string str(std::string_view s) {
+  return u32(static_cast<uint32_t>(s.size())) + std::string(s);
+}
 std::string newObject(std::string_view type) { return "\x02\x00"s + str(type); }
 std::string reference(uint32_t n) { return "\x02\x01"s + u32(n); }
 
@@ -62,17 +64,18 @@ TEST(SerialFormat, ScalarsAndNull) {
 
 TEST(SerialFormat, StringArrayAndHashBodies) {
   EXPECT_EQ(serializeValue(makeString("abc")),
-            "\x02\x00\x06\x00\x00\x00string\x03\x00\x00\x00" "abc"s);
-  EXPECT_EQ(serializeValue(array({Value::num(0), makeString("")})),
-            newObject("array") + u32(2) + "\x00"s + std::string(8, '\0') + newObject("string") +
-                u32(0));
+            "\x02\x00\x06\x00\x00\x00string\x03\x00\x00\x00"
+            "abc"s);
+  EXPECT_EQ(
+      serializeValue(array({Value::num(0), makeString("")})),
+      newObject("array") + u32(2) + "\x00"s + std::string(8, '\0') + newObject("string") + u32(0));
   // Entries go in key order, whatever the insertion order.
   MHash *h = new MHash();
   Value hv(h);
   h->set("b", Value::boolean(true));
   h->set("a", Value());
-  EXPECT_EQ(serializeValue(hv), newObject("hash") + u32(2) + str("a") + reference(0) + str("b") +
-                                    "\x01\x01"s);
+  EXPECT_EQ(serializeValue(hv),
+            newObject("hash") + u32(2) + str("a") + reference(0) + str("b") + "\x01\x01"s);
   Value back = deserializeValue(serializeValue(hv));
   MHash *h2 = asHash(back);
   ASSERT_NE(h2, nullptr);
