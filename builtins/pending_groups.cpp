@@ -1,4 +1,5 @@
-// Groups whose built-ins are still being written register nothing yet.
+// Graphics, native functions and COM are not available on this platform yet:
+// their groups register nothing.
 #include "builtins/registry.hpp"
 
 namespace marl {
