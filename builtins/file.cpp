@@ -34,6 +34,13 @@ MFile *outputOrFail(int line, const char *who) {
   return f;
 }
 
+// A leading file argument, shifting the others by one; null when there is none.
+MFile *leadingFile(const Args &a, size_t &first) {
+  MFile *f = a.size() ? asFile(a[0]) : nullptr;
+  first = f ? 1 : 0;
+  return f;
+}
+
 void bi_open(Context &, int line, const Args &a, Value &r) {
   const std::string &name = argString(line, a[0]);
   const std::string &mode = argString(line, a[1]);
@@ -106,12 +113,9 @@ Value readTyped(MFile *f, int code) {
 }
 
 void bi_read(Context &, int line, const Args &a, Value &r) {
-  size_t first = 0;
-  MFile *f = a.size() ? asFile(a[0]) : nullptr;
-  if (f)
-    first = 1;
-  else
-    f = inputOrFail(line, "read");
+  size_t first;
+  MFile *f = leadingFile(a, first);
+  if (!f) f = inputOrFail(line, "read");
   size_t n = a.size() - first;
   if (n == 1 && a[first].isNumeric()) {
     double count = std::trunc(a[first].number);
@@ -147,12 +151,9 @@ void checkWritable(int line, int code, const Value &v) {
 }
 
 void bi_write(Context &, int line, const Args &a, Value &r) {
-  size_t first = 0;
-  MFile *f = a.size() ? asFile(a[0]) : nullptr;
-  if (f)
-    first = 1;
-  else
-    f = outputOrFail(line, "write");
+  size_t first;
+  MFile *f = leadingFile(a, first);
+  if (!f) f = outputOrFail(line, "write");
   size_t n = a.size() - first;
   if (n == 1) {
     MString *s = asString(a[first]);

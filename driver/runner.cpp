@@ -52,6 +52,14 @@ Value execute(const ParseResult &parsed) {
   return result;
 }
 
+// The message carries its own line feed, so an empty line follows it.
+Value cannotOpen(const std::string &path) {
+  char message[515];
+  std::snprintf(message, sizeof message, "Cannot open input file: %s\n", path.c_str());
+  report_parse_error(message);
+  return Value();
+}
+
 std::string tempDirectory() {
   const char *t = std::getenv("TMPDIR");
   return t && *t ? t : "/tmp";
@@ -83,13 +91,7 @@ Value run_script_file(const std::string &path, const std::string &openDir) {
     OpenFrom from(openDir);
     parsed = parseFile(path, opened);
   }
-  if (!opened) {
-    char message[515];
-    std::snprintf(message, sizeof message, "Cannot open input file: %s\n", path.c_str());
-    report_parse_error(message);
-    return Value();
-  }
-  return execute(parsed);
+  return opened ? execute(parsed) : cannotOpen(path);
 }
 
 int preprocess_file(const std::string &path, const std::string &out) {
@@ -131,13 +133,7 @@ Value run_preprocessed_file(const std::string &path, const std::string &openDir)
   bool opened = false;
   ParseResult parsed = parseFile(out, opened);
   unlink(out.c_str());
-  if (!opened) {
-    char message[515];
-    std::snprintf(message, sizeof message, "Cannot open input file: %s\n", path.c_str());
-    report_parse_error(message);
-    return Value();
-  }
-  return execute(parsed);
+  return opened ? execute(parsed) : cannotOpen(path);
 }
 
 Value run_script_string(std::string_view text) { return execute(parseText(text)); }
