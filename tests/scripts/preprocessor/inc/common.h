@@ -1,0 +1,3 @@
+#pragma once
+#define WHERE "inc dir"
+function helper() { return "from inc"; }

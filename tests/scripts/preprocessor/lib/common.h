@@ -1,0 +1,1 @@
+#define WHERE "lib dir"
