@@ -87,7 +87,7 @@ void bi_clear(Context &, int line, const Args &a, Value &r) {
   if (MArray *arr = asArray(a[0]))
     arr->items.clear();
   else if (MHash *h = asHash(a[0]))
-    h->entries.clear();
+    h->clear();
   else
     raise_error(line, "Bad argument type in clear()");
   r = a[0];
@@ -102,7 +102,7 @@ void bi_erase(Context &, int line, const Args &a, Value &r) {
     r.setBool(inRange);
   } else if (MHash *h = asHash(a[0])) {
     MString *k = asString(a[1]);
-    r.setBool(k && h->entries.erase(k->text) != 0);
+    r.setBool(k && h->erase(k->text));
   } else {
     raise_error(line, "Bad argument type in erase()");
   }

@@ -1,0 +1,1 @@
+my %c; while (<STDIN>) { $c{$_}++ for split; } print scalar(keys %c), "\n";
