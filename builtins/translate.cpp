@@ -27,17 +27,17 @@ void appendCode(std::string &out, uint32_t code) {
 
 // Expands "a-z" ranges (by code, so between double-byte characters too); a
 // backslash takes the next character literally, and a "-" first or last is itself.
-std::vector<uint32_t> expandSet(int line, std::string_view spec) {
+std::vector<uint32_t> expandSet(int line, std::string_view set) {
   struct Unit {
     uint32_t code;
     bool dash;  // an unescaped "-"
   };
   std::vector<Unit> units;
-  for (size_t i = 0; i < spec.size();) {
-    bool escaped = spec[i] == '\\' && i + 1 < spec.size();
+  for (size_t i = 0; i < set.size();) {
+    bool escaped = set[i] == '\\' && i + 1 < set.size();
     if (escaped) i++;
-    size_t n = charLength(spec, i);
-    uint32_t code = codeAt(spec, i, n);
+    size_t n = charLength(set, i);
+    uint32_t code = codeAt(set, i, n);
     units.push_back({code, !escaped && code == '-'});
     i += n;
   }

@@ -5,7 +5,7 @@
 // - Integer conversions (d i o u x X c b) carry 32 bits, as int did on the
 //   original platform: the number is truncated toward zero and reduced modulo
 //   2^32, so "%x" of -1 is "ffffffff" and "%d" of 3e9 is -1294967296. "ll" or
-//   "L" in the specification carries 64 bits instead; "h" and "hh" narrow as
+//   "L" in the directive carries 64 bits instead; "h" and "hh" narrow as
 //   in C. A single "l" stays 32 bits (long was 32 bits there). NaN and the
 //   infinities convert to 0.
 // - "%b" writes the unsigned bit pattern of that integer (a negative number
@@ -13,7 +13,7 @@
 //   the minimum digit count, and "#" adding "0b" to a non-zero value.
 // - "%s" and "%c" are done here rather than by the C library, so the bytes of
 //   a string are kept whole (NUL included); width and precision count bytes.
-// - A "%" at the very end of the format, or a specification the format ends
+// - A "%" at the very end of the format, or a directive the format ends
 //   inside, outputs nothing.
 // - Each conversion's result is cut to 2047 bytes, the size of the original
 //   scratch buffer; width and precision are clamped before reaching the C
@@ -37,7 +37,7 @@ constexpr size_t kMaxResult = kScratch - 1;
 // Anything wider than the result bound gives the same first 2047 bytes.
 constexpr int kMaxField = 4096;
 
-struct Spec {
+struct Directive {
   bool minus = false, plus = false, space = false, hash = false, zero = false;
   int width = 0;
   int precision = -1;  // none
@@ -53,7 +53,7 @@ inline bool isSpecByte(char c) {
 
 // Flags count wherever they stand; digits before any "." are the width
 // (a leading 0 being the flag), digits after the last "." the precision.
-void addToSpec(Spec &s, char c, bool &afterDot) {
+void addToSpec(Directive &s, char c, bool &afterDot) {
   switch (c) {
     case '-': s.minus = true; return;
     case '+': s.plus = true; return;
@@ -78,9 +78,9 @@ void addToSpec(Spec &s, char c, bool &afterDot) {
   }
 }
 
-// The C library's specification for a numeric conversion, with only the
+// The C library's directive for a numeric conversion, with only the
 // flags that are defined for it.
-void buildCSpec(char *p, const Spec &s, bool signedConv, bool allowHash, const char *length,
+void buildCSpec(char *p, const Directive &s, bool signedConv, bool allowHash, const char *length,
                 char letter) {
   *p++ = '%';
   if (s.minus) *p++ = '-';
@@ -118,7 +118,7 @@ uint64_t integerBits(double d, int bits) {
 
 // Pads `body` (preceded by `prefix`) to the width: spaces on the left, on the
 // right with "-", or zeros between prefix and body. Cut to the result bound.
-void appendField(std::string &out, std::string_view prefix, std::string_view body, const Spec &s,
+void appendField(std::string &out, std::string_view prefix, std::string_view body, const Directive &s,
                  bool zeroPad) {
   size_t start = out.size();
   size_t len = prefix.size() + body.size();
@@ -132,7 +132,7 @@ void appendField(std::string &out, std::string_view prefix, std::string_view bod
   if (out.size() - start > kMaxResult) out.resize(start + kMaxResult);
 }
 
-void formatString(std::string &out, const Value &arg, const Spec &s) {
+void formatString(std::string &out, const Value &arg, const Directive &s) {
   std::string temp;
   std::string_view text;
   if (const MString *str = asString(arg)) {
@@ -146,7 +146,7 @@ void formatString(std::string &out, const Value &arg, const Spec &s) {
   appendField(out, {}, text, s, false);
 }
 
-void formatBinary(std::string &out, uint64_t u, const Spec &s) {
+void formatBinary(std::string &out, uint64_t u, const Directive &s) {
   char digits[64];
   size_t n = 0;
   for (uint64_t v = u; v; v >>= 1) digits[63 - n++] = static_cast<char>('0' + (v & 1));
@@ -161,7 +161,7 @@ void formatBinary(std::string &out, uint64_t u, const Spec &s) {
   appendField(out, s.hash && u ? "0b" : "", body, s, s.zero && s.precision < 0);
 }
 
-void formatInteger(std::string &out, double d, const Spec &s, char letter) {
+void formatInteger(std::string &out, double d, const Directive &s, char letter) {
   int bits = s.wide() ? 64 : 32;
   uint64_t u = integerBits(d, bits);
   if (letter == 'b') {
@@ -175,25 +175,25 @@ void formatInteger(std::string &out, double d, const Spec &s, char letter) {
   }
   bool isSigned = letter == 'd' || letter == 'i';
   const char *length = bits == 64 ? "ll" : s.hCount >= 2 ? "hh" : s.hCount == 1 ? "h" : "";
-  char spec[64];
-  buildCSpec(spec, s, isSigned, !isSigned && letter != 'u', length, letter);
+  char dir[64];
+  buildCSpec(dir, s, isSigned, !isSigned && letter != 'u', length, letter);
   char buf[kScratch];
   int r;
   if (bits == 64)
-    r = isSigned ? std::snprintf(buf, sizeof buf, spec, static_cast<long long>(u))
-                 : std::snprintf(buf, sizeof buf, spec, static_cast<unsigned long long>(u));
+    r = isSigned ? std::snprintf(buf, sizeof buf, dir, static_cast<long long>(u))
+                 : std::snprintf(buf, sizeof buf, dir, static_cast<unsigned long long>(u));
   else
-    r = isSigned ? std::snprintf(buf, sizeof buf, spec, static_cast<int>(static_cast<int32_t>(u)))
-                 : std::snprintf(buf, sizeof buf, spec, static_cast<unsigned>(u));
+    r = isSigned ? std::snprintf(buf, sizeof buf, dir, static_cast<int>(static_cast<int32_t>(u)))
+                 : std::snprintf(buf, sizeof buf, dir, static_cast<unsigned>(u));
   appendScratch(out, buf, r);
 }
 
-void formatDouble(std::string &out, double d, const Spec &s, char letter) {
+void formatDouble(std::string &out, double d, const Directive &s, char letter) {
   // Length letters mean nothing for a double here (long double was double).
-  char spec[64];
-  buildCSpec(spec, s, true, true, "", letter);
+  char dir[64];
+  buildCSpec(dir, s, true, true, "", letter);
   char buf[kScratch];
-  appendScratch(out, buf, std::snprintf(buf, sizeof buf, spec, d));
+  appendScratch(out, buf, std::snprintf(buf, sizeof buf, dir, d));
 }
 
 }  // namespace
@@ -211,10 +211,10 @@ std::string format_values(std::string_view format, const Value *args, size_t cou
       break;
     }
     out.append(format.substr(i, pct - i));
-    Spec spec;
+    Directive dir;
     bool afterDot = false;
     size_t j = pct + 1;
-    while (j < n && isSpecByte(format[j])) addToSpec(spec, format[j++], afterDot);
+    while (j < n && isSpecByte(format[j])) addToSpec(dir, format[j++], afterDot);
     if (j >= n) break;
     char letter = format[j];
     i = j + 1;
@@ -223,16 +223,16 @@ std::string format_values(std::string_view format, const Value *args, size_t cou
         out += '%';
         break;
       case 'e': case 'E': case 'f': case 'g': case 'G':
-        if (next < count) formatDouble(out, toNumber(args[next++]), spec, letter);
+        if (next < count) formatDouble(out, toNumber(args[next++]), dir, letter);
         break;
       case 'd': case 'i': case 'o': case 'u': case 'x': case 'X': case 'c': case 'b':
-        if (next < count) formatInteger(out, toNumber(args[next++]), spec, letter);
+        if (next < count) formatInteger(out, toNumber(args[next++]), dir, letter);
         break;
       case 's':
-        if (next < count) formatString(out, args[next++], spec);
+        if (next < count) formatString(out, args[next++], dir);
         break;
       default:
-        // An unknown conversion drops its specification, keeps the letter and
+        // An unknown conversion drops its directive, keeps the letter and
         // takes no argument.
         out += letter;
         break;

@@ -32,7 +32,7 @@ TEST(Format, MixedConversions) {
 
 TEST(Format, PercentUnknownLettersAndUnfinishedSpecs) {
   EXPECT_EQ(fmt("100%%|%5%|%-%"), "100%|%|%");
-  // An unknown letter drops its specification and takes no argument.
+  // An unknown letter drops its directive and takes no argument.
   EXPECT_EQ(fmt("%q|%-5.2q|%y%d|%*d", {num(4)}), "q|q|y4|*d");
   EXPECT_EQ(fmt("abc%", {num(1)}), "abc");
   EXPECT_EQ(fmt("abc%-08.", {num(1)}), "abc");
