@@ -296,14 +296,7 @@ void Expander::paste(std::vector<Token> &out, const std::vector<Token> &rhs, boo
   joined += rhs.front().text;
   std::string_view text = keep(std::move(joined));
   // The pasted text is read again as tokens; a new name may be expanded on rescan.
-  const char *p = text.data(), *end = p + text.size();
-  while (p < end) {
-    Tok kind;
-    int lines;
-    const char *q = lex_token(p, end, LexMode::Directive, kind, lines);
-    out.push_back(Token{std::string_view(p, static_cast<size_t>(q - p)), kind});
-    p = q;
-  }
+  lex_directive(text, out);
   out.insert(out.end(), rhs.begin() + 1, rhs.end());
 }
 

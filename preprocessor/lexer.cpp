@@ -193,4 +193,15 @@ const char *lex_token(const char *p, const char *end, LexMode mode, Tok &kind, i
   return scan_punct(p, end);
 }
 
+void lex_directive(std::string_view text, std::vector<Token> &out) {
+  const char *p = text.data(), *end = p + text.size();
+  while (p < end) {
+    Tok kind;
+    int lines;
+    const char *q = lex_token(p, end, LexMode::Directive, kind, lines);
+    out.push_back(Token{std::string_view(p, static_cast<size_t>(q - p)), kind});
+    p = q;
+  }
+}
+
 }  // namespace marl::pp

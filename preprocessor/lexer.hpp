@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace marl::pp {
 
@@ -45,6 +46,8 @@ enum class LexMode : std::uint8_t {
 // Scans the token that starts at p (p < end) and returns its end. `lines` gets the number of
 // line feeds the token spans (1 for a Newline token).
 const char *lex_token(const char *p, const char *end, LexMode mode, Tok &kind, int &lines);
+// Appends the tokens of a directive's text (a definition, or text made by pasting).
+void lex_directive(std::string_view text, std::vector<Token> &out);
 
 // Blanks inside a line: space, tab, CR (of a CR LF line end), form feed, vertical tab.
 inline bool is_blank(char c) {

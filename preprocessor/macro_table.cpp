@@ -7,24 +7,11 @@
 namespace marl::pp {
 namespace {
 
-std::vector<Token> lex_directive(std::string_view text) {
-  std::vector<Token> out;
-  const char *p = text.data(), *end = p + text.size();
-  while (p < end) {
-    Tok kind;
-    int lines;
-    const char *q = lex_token(p, end, LexMode::Directive, kind, lines);
-    out.push_back(Token{std::string_view(p, static_cast<size_t>(q - p)), kind});
-    p = q;
-  }
-  return out;
-}
-
 std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
 
 class DefinitionParser {
  public:
-  DefinitionParser(Macro &m) : m_(m), toks_(lex_directive(m.text)) {}
+  DefinitionParser(Macro &m) : m_(m) { lex_directive(m.text, toks_); }
 
   void parse() {
     skip_space();
