@@ -14,6 +14,7 @@
 #include "driver/process.hpp"
 #include "driver/runner.hpp"
 #include "eval/error.hpp"
+#include "graphics/session.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -88,6 +89,8 @@ void runStartupScripts() {
 
 void teardown() {
   flushStandardStreams();
+  // A picture still on the screen stays there until the user closes it.
+  gfx::finishGraphics();
   finalCleanup();
   popScopesTo(0);
   clearFunctions();
