@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "graphics/picture_file.hpp"
@@ -235,13 +236,17 @@ bool uiRunning() {
     if (!hasDisplay()) return false;
     auto started = std::make_shared<std::promise<bool>>();
     std::future<bool> result = started->get_future();
-    uiThread = std::thread(runUi, started);
-    if (result.wait_for(kStartTimeout) == std::future_status::ready && result.get()) {
-      ui = Ui::Running;
-    } else if (result.wait_for(std::chrono::seconds(0)) == std::future_status::ready) {
-      uiThread.join();
-    } else {
+    try {
+      uiThread = std::thread(runUi, started);
+    } catch (const std::system_error &) {
+      return false;
+    }
+    if (result.wait_for(kStartTimeout) != std::future_status::ready) {
       uiThread.detach();  // a display that never answers; run without it
+    } else if (result.get()) {
+      ui = Ui::Running;
+    } else {
+      uiThread.join();
     }
   }
   return ui == Ui::Running;
