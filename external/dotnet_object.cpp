@@ -184,8 +184,12 @@ int fitness(const Value &v, MonoType *t) {
     return isIntegralCode(code) || code == MONO_TYPE_R4 || code == MONO_TYPE_R8 ? 0 : -1;
   }
   if (v.isNumber()) {
-    if (code == MONO_TYPE_R8) return 3;
-    if (isIntegralCode(code)) return v.number == std::trunc(v.number) ? 2 : 0;
+    // A whole number prefers int, any other number double.
+    bool whole = v.number == std::trunc(v.number);
+    bool int32 = whole && v.number >= -2147483648.0 && v.number <= 2147483647.0;
+    if (code == MONO_TYPE_R8) return int32 ? 2 : 3;
+    if (code == MONO_TYPE_I4) return int32 ? 3 : 0;
+    if (isIntegralCode(code)) return whole ? 2 : 0;
     if (code == MONO_TYPE_R4) return 2;
     if (code == MONO_TYPE_OBJECT) return 1;
     if (code == MONO_TYPE_BOOLEAN || code == MONO_TYPE_CHAR) return 0;
@@ -241,6 +245,10 @@ MonoObject *boxed(const Value &v, Pins &pins, int depth) {
   }
   if (v.isNumber()) {
     double d = v.number;
+    if (d == std::trunc(d) && d >= -2147483648.0 && d <= 2147483647.0) {
+      int32_t i = static_cast<int32_t>(d);
+      return pins.add(mono_value_box(dom, mono_get_int32_class(), &i));
+    }
     return pins.add(mono_value_box(dom, mono_get_double_class(), &d));
   }
   if (MString *s = asString(v)) return pins.add(reinterpret_cast<MonoObject *>(managedString(s->text)));
@@ -311,7 +319,9 @@ bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int dep
   return true;
 }
 
+// An empty name matches any member (indexers of any name).
 bool nameMatches(const char *candidate, const std::string &name, bool ignoreCase) {
+  if (name.empty()) return true;
   return ignoreCase ? strcasecmp(candidate, name.c_str()) == 0 : name == candidate;
 }
 
@@ -472,6 +482,8 @@ class DotNetObject : public MComObj {
     Value arg = Value::num(static_cast<double>(index));
     std::span<const Value> args(&arg, 1);
     MonoMethod *m = bestFit(candidates(k, "Item", 1, Kind::Getter), args);
+    // An indexer may carry another name (StringBuilder's is Chars).
+    if (!m) m = bestFit(candidates(k, "", 1, Kind::Getter), args);
     if (!m) fail(line, "index", "Item", "the object has no numeric indexer");
     result = fromManagedAt(line, callManaged(line, "index", "Item", self, m, args), 0);
   }
@@ -544,7 +556,11 @@ std::string exceptionMessage(MonoObject *exc) {
     MonoObject *inner = nullptr;
     MonoObject *msg = mono_property_get_value(p, exc, nullptr, &inner);
     if (inner || !msg) break;
-    return type + ": " + textOf(reinterpret_cast<MonoString *>(msg));
+    // Messages may span lines ("...\nParameter name: index"); an error is one line.
+    std::string text = textOf(reinterpret_cast<MonoString *>(msg));
+    for (char &c : text)
+      if (c == '\n' || c == '\r') c = ' ';
+    return type + ": " + text;
   }
   return type;
 }

@@ -158,11 +158,15 @@ class NativeFunction : public MDllFunc {
       if (t.indirect) {
         MArray *a = asArray(args[i]);
         if (!a) {
-          if (!args[i].isNull()) raise_error(line, "Bad argument type for DLL function (argument %d must be an array)", static_cast<int>(i + 1));
+          if (!args[i].isNull())
+            raise_error(line, "Bad argument type for DLL function (argument %d must be an array)",
+                        static_cast<int>(i + 1));
           slots[i].p = nullptr;
           continue;
         }
+        // An empty or null element gives a pure out-parameter its zero.
         Value first = a->size() ? a->items[0].get() : Value();
+        if (first.isNull() && t.base != CBase::Str && t.base != CBase::Ptr) first = Value::num(0);
         fillSlot(line, t.base, first, targets[i], texts);
         slots[i].p = &targets[i];
       } else {
