@@ -27,10 +27,14 @@ class Lexer {
     }
     i_++;
     switch (c) {
-      case '*': return {Token::Star, s_.substr(start, 1)};
-      case '(': return {Token::Open, s_.substr(start, 1)};
-      case ')': return {Token::Close, s_.substr(start, 1)};
-      case ',': return {Token::Comma, s_.substr(start, 1)};
+      case '*':
+        return {Token::Star, s_.substr(start, 1)};
+      case '(':
+        return {Token::Open, s_.substr(start, 1)};
+      case ')':
+        return {Token::Close, s_.substr(start, 1)};
+      case ',':
+        return {Token::Comma, s_.substr(start, 1)};
       case '.':
         if (s_.substr(start, 3) == "...") {
           i_ = start + 3;
@@ -61,13 +65,13 @@ bool aliasWord(std::string_view w, CBase &base) {
     const char *word;
     CBase base;
   } table[] = {
-      {"uchar", CBase::UChar},   {"ushort", CBase::UShort}, {"uint", CBase::UInt},
-      {"ulong", CBase::ULong},   {"int64", CBase::Long},    {"uint64", CBase::ULong},
-      {"int8_t", CBase::Char},   {"uint8_t", CBase::UChar}, {"int16_t", CBase::Short},
-      {"uint16_t", CBase::UShort}, {"int32_t", CBase::Int}, {"uint32_t", CBase::UInt},
-      {"int64_t", CBase::Long},  {"uint64_t", CBase::ULong}, {"size_t", CBase::ULong},
-      {"ssize_t", CBase::Long},  {"intptr_t", CBase::Long}, {"uintptr_t", CBase::ULong},
-      {"str", CBase::Str},       {"ptr", CBase::Ptr},
+      {"uchar", CBase::UChar},     {"ushort", CBase::UShort},  {"uint", CBase::UInt},
+      {"ulong", CBase::ULong},     {"int64", CBase::Long},     {"uint64", CBase::ULong},
+      {"int8_t", CBase::Char},     {"uint8_t", CBase::UChar},  {"int16_t", CBase::Short},
+      {"uint16_t", CBase::UShort}, {"int32_t", CBase::Int},    {"uint32_t", CBase::UInt},
+      {"int64_t", CBase::Long},    {"uint64_t", CBase::ULong}, {"size_t", CBase::ULong},
+      {"ssize_t", CBase::Long},    {"intptr_t", CBase::Long},  {"uintptr_t", CBase::ULong},
+      {"str", CBase::Str},         {"ptr", CBase::Ptr},
   };
   for (const auto &e : table)
     if (w == e.word) {
@@ -81,15 +85,24 @@ bool aliasWord(std::string_view w, CBase &base) {
 bool addWord(TypeWords &t, std::string_view w) {
   CBase b;
   if (w == "const" || w == "volatile") return true;
-  if (w == "unsigned") t.isUnsigned++;
-  else if (w == "signed") t.isSigned++;
-  else if (w == "long") t.longs++;
-  else if (w == "short") t.shorts++;
-  else if (w == "char") t.chars++;
-  else if (w == "int") t.ints++;
-  else if (w == "float") t.floats++;
-  else if (w == "double") t.doubles++;
-  else if (w == "void") t.voids++;
+  if (w == "unsigned")
+    t.isUnsigned++;
+  else if (w == "signed")
+    t.isSigned++;
+  else if (w == "long")
+    t.longs++;
+  else if (w == "short")
+    t.shorts++;
+  else if (w == "char")
+    t.chars++;
+  else if (w == "int")
+    t.ints++;
+  else if (w == "float")
+    t.floats++;
+  else if (w == "double")
+    t.doubles++;
+  else if (w == "void")
+    t.voids++;
   else if (aliasWord(w, b)) {
     if (t.alias) return false;
     t.alias = true;
@@ -149,7 +162,8 @@ class Parser {
     while (tok_.kind == Token::Star) {
       stars++;
       advance();
-      while (tok_.kind == Token::Word && (tok_.text == "const" || tok_.text == "volatile")) advance();
+      while (tok_.kind == Token::Word && (tok_.text == "const" || tok_.text == "volatile"))
+        advance();
     }
     // char* is text and void* an address; one more level is an out-parameter.
     if (base == CBase::Char && stars > 0) {
@@ -181,12 +195,14 @@ class Parser {
       return end();
     }
     for (;;) {
-      if (tok_.kind == Token::Ellipsis) return fail("functions with variable arguments are not supported");
+      if (tok_.kind == Token::Ellipsis)
+        return fail("functions with variable arguments are not supported");
       CType p;
       if (!type(p, nullptr, false)) return false;
       if (p.base == CBase::Void && !p.indirect) {
         // "f(void)" declares no parameters.
-        if (!d.params.empty() || tok_.kind != Token::Close) return fail("a parameter cannot be void");
+        if (!d.params.empty() || tok_.kind != Token::Close)
+          return fail("a parameter cannot be void");
         advance();
         return end();
       }

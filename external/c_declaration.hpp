@@ -7,7 +7,19 @@
 namespace marl {
 
 enum class CBase {
-  Void, Char, UChar, Short, UShort, Int, UInt, Long, ULong, Float, Double, Str, Ptr
+  Void,
+  Char,
+  UChar,
+  Short,
+  UShort,
+  Int,
+  UInt,
+  Long,
+  ULong,
+  Float,
+  Double,
+  Str,
+  Ptr
 };
 
 struct CType {

@@ -53,8 +53,9 @@ void startRuntime(int line) {
   const char *root = mono_assembly_getrootdir();
   std::string corlib = std::string(root ? root : "/usr/lib") + "/mono/4.5/mscorlib.dll";
   if (!fileExists(corlib))
-    raise_error(line, "The .NET runtime is not available in dotnet(): %s is missing (install mono-runtime)",
-                corlib.c_str());
+    raise_error(
+        line, "The .NET runtime is not available in dotnet(): %s is missing (install mono-runtime)",
+        corlib.c_str());
   domain = mono_jit_init_version("marl", "v4.0.30319");
   if (!domain) raise_error(line, "The .NET runtime could not be started in dotnet()");
   state = RuntimeState::Running;
@@ -97,7 +98,8 @@ Value createDotNetObject(int line, const std::string &assembly, const std::strin
   name.push_back('\0');
   MonoType *t = type.empty() ? nullptr : mono_reflection_type_from_name(name.data(), image);
   MonoClass *klass = t ? mono_class_from_mono_type(t) : nullptr;
-  if (!klass) raise_error(line, "Type %s not found in %s in dotnet()", type.c_str(), assembly.c_str());
+  if (!klass)
+    raise_error(line, "Type %s not found in %s in dotnet()", type.c_str(), assembly.c_str());
   // Abstract classes and interfaces cannot be instantiated.
   if (mono_class_get_flags(klass) & 0x80)
     raise_error(line, "Cannot create an instance of abstract type %s in dotnet()", type.c_str());
@@ -108,7 +110,8 @@ Value createDotNetObject(int line, const std::string &assembly, const std::strin
   if (!obj) raise_error(line, "Cannot create %s in dotnet()", type.c_str());
   if (!mono_class_is_valuetype(klass)) {
     MonoMethod *ctor = mono_class_get_method_from_name(klass, ".ctor", 0);
-    if (!ctor) raise_error(line, "Type %s has no parameterless constructor in dotnet()", type.c_str());
+    if (!ctor)
+      raise_error(line, "Type %s has no parameterless constructor in dotnet()", type.c_str());
     MonoObject *exc = nullptr;
     mono_runtime_invoke(ctor, obj, nullptr, &exc);
     if (exc)

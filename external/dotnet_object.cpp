@@ -51,11 +51,15 @@ class Pins {
 };
 
 // The failure text of an operation: "COM invoke[Append] failed".
-[[noreturn]] void fail(int line, const char *what, const std::string &name, const std::string &why) {
+[[noreturn]] void fail(int line, const char *what, const std::string &name,
+                       const std::string &why) {
   std::string m;
-  if (std::strcmp(what, "index") == 0) m = "Bad index for COM collection";
-  else if (std::strcmp(what, "enum") == 0) m = "COM Collection enumeration failed";
-  else m = std::string("COM ") + what + "[" + name + "] failed";
+  if (std::strcmp(what, "index") == 0)
+    m = "Bad index for COM collection";
+  else if (std::strcmp(what, "enum") == 0)
+    m = "COM Collection enumeration failed";
+  else
+    m = std::string("COM ") + what + "[" + name + "] failed";
   if (!why.empty()) m += ": " + why;
   raise_message(line, m);
 }
@@ -93,18 +97,38 @@ void *thisFor(MonoMethod *m, MonoObject *o) {
 // A number out of a primitive slot of the given type code.
 bool primitiveNumber(int code, const void *p, double &out) {
   switch (code) {
-    case MONO_TYPE_I1: out = *static_cast<const int8_t *>(p); return true;
-    case MONO_TYPE_U1: out = *static_cast<const uint8_t *>(p); return true;
-    case MONO_TYPE_I2: out = *static_cast<const int16_t *>(p); return true;
-    case MONO_TYPE_U2: out = *static_cast<const uint16_t *>(p); return true;
-    case MONO_TYPE_I4: out = *static_cast<const int32_t *>(p); return true;
-    case MONO_TYPE_U4: out = *static_cast<const uint32_t *>(p); return true;
+    case MONO_TYPE_I1:
+      out = *static_cast<const int8_t *>(p);
+      return true;
+    case MONO_TYPE_U1:
+      out = *static_cast<const uint8_t *>(p);
+      return true;
+    case MONO_TYPE_I2:
+      out = *static_cast<const int16_t *>(p);
+      return true;
+    case MONO_TYPE_U2:
+      out = *static_cast<const uint16_t *>(p);
+      return true;
+    case MONO_TYPE_I4:
+      out = *static_cast<const int32_t *>(p);
+      return true;
+    case MONO_TYPE_U4:
+      out = *static_cast<const uint32_t *>(p);
+      return true;
     case MONO_TYPE_I8:
-    case MONO_TYPE_I: out = static_cast<double>(*static_cast<const int64_t *>(p)); return true;
+    case MONO_TYPE_I:
+      out = static_cast<double>(*static_cast<const int64_t *>(p));
+      return true;
     case MONO_TYPE_U8:
-    case MONO_TYPE_U: out = static_cast<double>(*static_cast<const uint64_t *>(p)); return true;
-    case MONO_TYPE_R4: out = *static_cast<const float *>(p); return true;
-    case MONO_TYPE_R8: out = *static_cast<const double *>(p); return true;
+    case MONO_TYPE_U:
+      out = static_cast<double>(*static_cast<const uint64_t *>(p));
+      return true;
+    case MONO_TYPE_R4:
+      out = *static_cast<const float *>(p);
+      return true;
+    case MONO_TYPE_R8:
+      out = *static_cast<const double *>(p);
+      return true;
   }
   return false;
 }
@@ -118,10 +142,12 @@ Value fromManagedAt(int line, MonoObject *o, int depth) {
   int code = mono_type_get_type(mono_class_get_type(k));
   double d;
   switch (code) {
-    case MONO_TYPE_BOOLEAN: return Value::boolean(*static_cast<MonoBoolean *>(mono_object_unbox(o)));
+    case MONO_TYPE_BOOLEAN:
+      return Value::boolean(*static_cast<MonoBoolean *>(mono_object_unbox(o)));
     case MONO_TYPE_CHAR:
       return makeString(unitsToText(static_cast<mono_unichar2 *>(mono_object_unbox(o)), 1));
-    case MONO_TYPE_STRING: return makeString(textOf(reinterpret_cast<MonoString *>(o)));
+    case MONO_TYPE_STRING:
+      return makeString(textOf(reinterpret_cast<MonoString *>(o)));
     case MONO_TYPE_SZARRAY:
       if (depth < kMaxDepth) {
         MonoArray *arr = reinterpret_cast<MonoArray *>(o);
@@ -167,7 +193,8 @@ struct ManagedArg {
 };
 
 bool isIntegralCode(int code) {
-  return (code >= MONO_TYPE_I1 && code <= MONO_TYPE_U8) || code == MONO_TYPE_I || code == MONO_TYPE_U;
+  return (code >= MONO_TYPE_I1 && code <= MONO_TYPE_U8) || code == MONO_TYPE_I ||
+         code == MONO_TYPE_U;
 }
 
 MonoObject *managedOf(const Value &v);
@@ -176,8 +203,7 @@ MonoObject *managedOf(const Value &v);
 int fitness(const Value &v, MonoType *t) {
   int code = mono_type_get_type(t);
   MonoClass *k = mono_class_from_mono_type(t);
-  if (code == MONO_TYPE_VALUETYPE && mono_class_is_enum(k))
-    return v.isNumeric() ? 2 : -1;
+  if (code == MONO_TYPE_VALUETYPE && mono_class_is_enum(k)) return v.isNumeric() ? 2 : -1;
   if (v.isBool()) {
     if (code == MONO_TYPE_BOOLEAN) return 3;
     if (code == MONO_TYPE_OBJECT) return 1;
@@ -251,7 +277,8 @@ MonoObject *boxed(const Value &v, Pins &pins, int depth) {
     }
     return pins.add(mono_value_box(dom, mono_get_double_class(), &d));
   }
-  if (MString *s = asString(v)) return pins.add(reinterpret_cast<MonoObject *>(managedString(s->text)));
+  if (MString *s = asString(v))
+    return pins.add(reinterpret_cast<MonoObject *>(managedString(s->text)));
   if (MArray *a = asArray(v)) return managedArray(a, mono_get_object_class(), pins, depth);
   return managedOf(v);
 }
@@ -260,7 +287,8 @@ MonoObject *boxed(const Value &v, Pins &pins, int depth) {
 bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int depth) {
   int code = mono_type_get_type(t);
   MonoClass *k = mono_class_from_mono_type(t);
-  if (code == MONO_TYPE_VALUETYPE && mono_class_is_enum(k)) code = mono_type_get_type(mono_class_enum_basetype(k));
+  if (code == MONO_TYPE_VALUETYPE && mono_class_is_enum(k))
+    code = mono_type_get_type(mono_class_enum_basetype(k));
   out.param = &out.slot;
   double d = v.number;
   if (std::isnan(d)) d = 0;
@@ -271,11 +299,14 @@ bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int dep
     return static_cast<int64_t>(t2);
   };
   switch (code) {
-    case MONO_TYPE_BOOLEAN: out.slot.b = d != 0; return true;
+    case MONO_TYPE_BOOLEAN:
+      out.slot.b = d != 0;
+      return true;
     case MONO_TYPE_CHAR:
       if (MString *s = asString(v)) {
         std::string u = sjisToUtf16(s->text);
-        out.slot.c = static_cast<mono_unichar2>(static_cast<unsigned char>(u[0]) | static_cast<unsigned char>(u[1]) << 8);
+        out.slot.c = static_cast<mono_unichar2>(static_cast<unsigned char>(u[0]) |
+                                                static_cast<unsigned char>(u[1]) << 8);
       } else {
         out.slot.c = static_cast<mono_unichar2>(integral());
       }
@@ -294,10 +325,16 @@ bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int dep
       out.slot.i64 = integral();
       return true;
     }
-    case MONO_TYPE_R4: out.slot.f = static_cast<float>(v.number); return true;
-    case MONO_TYPE_R8: out.slot.d = v.number; return true;
+    case MONO_TYPE_R4:
+      out.slot.f = static_cast<float>(v.number);
+      return true;
+    case MONO_TYPE_R8:
+      out.slot.d = v.number;
+      return true;
     case MONO_TYPE_STRING:
-      out.param = v.isNull() ? nullptr : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text)));
+      out.param = v.isNull()
+                      ? nullptr
+                      : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text)));
       return true;
     case MONO_TYPE_SZARRAY:
       if (MArray *a = asArray(v)) {
@@ -330,14 +367,17 @@ uint32_t methodFlags(MonoMethod *m) {
   return mono_method_get_flags(m, &iflags);
 }
 
-size_t paramCount(MonoMethod *m) { return mono_signature_get_param_count(mono_method_signature(m)); }
+size_t paramCount(MonoMethod *m) {
+  return mono_signature_get_param_count(mono_method_signature(m));
+}
 
 enum class Kind { Method, Getter, Setter };
 
 // The public methods (or property accessors) called `name` that take `argc`
 // arguments, from the object's class up through its bases. Names are
 // matched exactly, else without regard to case.
-std::vector<MonoMethod *> candidates(MonoClass *klass, const std::string &name, size_t argc, Kind kind) {
+std::vector<MonoMethod *> candidates(MonoClass *klass, const std::string &name, size_t argc,
+                                     Kind kind) {
   std::vector<MonoMethod *> found;
   for (int pass = 0; pass < 2 && found.empty(); pass++) {
     bool ignoreCase = pass == 1;
@@ -353,7 +393,8 @@ std::vector<MonoMethod *> candidates(MonoClass *klass, const std::string &name, 
           if (!nameMatches(mono_property_get_name(p), name, ignoreCase)) continue;
           MonoMethod *m = kind == Kind::Getter ? mono_property_get_get_method(p)
                                                : mono_property_get_set_method(p);
-          if (m && (methodFlags(m) & kAccessMask) == kPublic && paramCount(m) == argc) found.push_back(m);
+          if (m && (methodFlags(m) & kAccessMask) == kPublic && paramCount(m) == argc)
+            found.push_back(m);
         }
       }
     }
@@ -410,7 +451,8 @@ MonoObject *callManaged(int line, const char *what, const std::string &name, Mon
     m = mono_object_get_virtual_method(self, m);
   }
   MonoObject *exc = nullptr;
-  MonoObject *r = mono_runtime_invoke(m, thisFor(m, self), params.empty() ? nullptr : params.data(), &exc);
+  MonoObject *r =
+      mono_runtime_invoke(m, thisFor(m, self), params.empty() ? nullptr : params.data(), &exc);
   if (exc) fail(line, what, name, exceptionMessage(exc));
   return r;
 }
@@ -423,7 +465,8 @@ class DotNetObject : public MComObj {
   }
   MonoObject *target() const { return mono_gchandle_get_target(handle_); }
 
-  void getProperty(int line, const std::string &name, std::span<const Value> args, Value &result) override {
+  void getProperty(int line, const std::string &name, std::span<const Value> args,
+                   Value &result) override {
     MonoObject *self = target();
     MonoClass *k = mono_object_get_class(self);
     MonoMethod *m = bestFit(candidates(k, name, args.size(), Kind::Getter), args);
@@ -461,7 +504,8 @@ class DotNetObject : public MComObj {
     mono_field_set_value(self, f, a.param);
   }
 
-  void invoke(int line, const std::string &name, std::span<const Value> args, Value &result) override {
+  void invoke(int line, const std::string &name, std::span<const Value> args,
+              Value &result) override {
     MonoObject *self = target();
     MonoClass *k = mono_object_get_class(self);
     MonoMethod *m = bestFit(candidates(k, name, args.size(), Kind::Method), args);
@@ -499,9 +543,10 @@ class DotNetObject : public MComObj {
     MonoMethod *get = mono_class_get_method_from_name(enumerable, "GetEnumerator", 0);
     MonoObject *it = pins.add(callManaged(line, "enum", "", self, get, {}));
     if (!it) fail(line, "enum", "", "GetEnumerator returned null");
-    MonoMethod *next = mono_object_get_virtual_method(it, mono_class_get_method_from_name(enumerator, "MoveNext", 0));
-    MonoMethod *current =
-        mono_object_get_virtual_method(it, mono_class_get_method_from_name(enumerator, "get_Current", 0));
+    MonoMethod *next = mono_object_get_virtual_method(
+        it, mono_class_get_method_from_name(enumerator, "MoveNext", 0));
+    MonoMethod *current = mono_object_get_virtual_method(
+        it, mono_class_get_method_from_name(enumerator, "get_Current", 0));
     for (;;) {
       MonoObject *exc = nullptr;
       MonoObject *more = mono_runtime_invoke(next, thisFor(next, it), nullptr, &exc);
@@ -529,8 +574,9 @@ class DotNetObject : public MComObj {
   }
 
   static std::string noMember(MonoClass *k, const std::string &name, size_t argc) {
-    return std::string(mono_class_get_namespace(k)) + "." + mono_class_get_name(k) + " has no public member " +
-           name + " taking " + std::to_string(argc) + " argument" + (argc == 1 ? "" : "s") + " of these types";
+    return std::string(mono_class_get_namespace(k)) + "." + mono_class_get_name(k) +
+           " has no public member " + name + " taking " + std::to_string(argc) + " argument" +
+           (argc == 1 ? "" : "s") + " of these types";
   }
 };
 

@@ -41,19 +41,31 @@ void *openLibrary(const std::string &path, std::string &error) {
 ffi_type *ffiType(const CType &t) {
   if (t.indirect) return &ffi_type_pointer;
   switch (t.base) {
-    case CBase::Void: return &ffi_type_void;
-    case CBase::Char: return &ffi_type_sint8;
-    case CBase::UChar: return &ffi_type_uint8;
-    case CBase::Short: return &ffi_type_sint16;
-    case CBase::UShort: return &ffi_type_uint16;
-    case CBase::Int: return &ffi_type_sint32;
-    case CBase::UInt: return &ffi_type_uint32;
-    case CBase::Long: return &ffi_type_sint64;
-    case CBase::ULong: return &ffi_type_uint64;
-    case CBase::Float: return &ffi_type_float;
-    case CBase::Double: return &ffi_type_double;
+    case CBase::Void:
+      return &ffi_type_void;
+    case CBase::Char:
+      return &ffi_type_sint8;
+    case CBase::UChar:
+      return &ffi_type_uint8;
+    case CBase::Short:
+      return &ffi_type_sint16;
+    case CBase::UShort:
+      return &ffi_type_uint16;
+    case CBase::Int:
+      return &ffi_type_sint32;
+    case CBase::UInt:
+      return &ffi_type_uint32;
+    case CBase::Long:
+      return &ffi_type_sint64;
+    case CBase::ULong:
+      return &ffi_type_uint64;
+    case CBase::Float:
+      return &ffi_type_float;
+    case CBase::Double:
+      return &ffi_type_double;
     case CBase::Str:
-    case CBase::Ptr: return &ffi_type_pointer;
+    case CBase::Ptr:
+      return &ffi_type_pointer;
   }
   return &ffi_type_void;
 }
@@ -91,22 +103,43 @@ uint64_t toBits(double d, bool isUnsigned) {
 
 void storeNumber(CBase base, double d, Slot &s) {
   switch (base) {
-    case CBase::Float: s.f = static_cast<float>(d); return;
-    case CBase::Double: s.d = d; return;
-    default: break;
+    case CBase::Float:
+      s.f = static_cast<float>(d);
+      return;
+    case CBase::Double:
+      s.d = d;
+      return;
+    default:
+      break;
   }
   bool u = base == CBase::UChar || base == CBase::UShort || base == CBase::UInt ||
            base == CBase::ULong || base == CBase::Ptr;
   uint64_t bits = toBits(d, u);
   switch (base) {
-    case CBase::Char: s.i8 = static_cast<int8_t>(bits); return;
-    case CBase::UChar: s.u8 = static_cast<uint8_t>(bits); return;
-    case CBase::Short: s.i16 = static_cast<int16_t>(bits); return;
-    case CBase::UShort: s.u16 = static_cast<uint16_t>(bits); return;
-    case CBase::Int: s.i32 = static_cast<int32_t>(bits); return;
-    case CBase::UInt: s.u32 = static_cast<uint32_t>(bits); return;
-    case CBase::Ptr: s.p = reinterpret_cast<void *>(static_cast<uintptr_t>(bits)); return;
-    default: s.u64 = bits; return;
+    case CBase::Char:
+      s.i8 = static_cast<int8_t>(bits);
+      return;
+    case CBase::UChar:
+      s.u8 = static_cast<uint8_t>(bits);
+      return;
+    case CBase::Short:
+      s.i16 = static_cast<int16_t>(bits);
+      return;
+    case CBase::UShort:
+      s.u16 = static_cast<uint16_t>(bits);
+      return;
+    case CBase::Int:
+      s.i32 = static_cast<int32_t>(bits);
+      return;
+    case CBase::UInt:
+      s.u32 = static_cast<uint32_t>(bits);
+      return;
+    case CBase::Ptr:
+      s.p = reinterpret_cast<void *>(static_cast<uintptr_t>(bits));
+      return;
+    default:
+      s.u64 = bits;
+      return;
   }
 }
 
@@ -117,19 +150,32 @@ Value addressValue(const void *p) {
 
 Value loadNumber(CBase base, const Slot &s) {
   switch (base) {
-    case CBase::Char: return Value::num(s.i8);
-    case CBase::UChar: return Value::num(s.u8);
-    case CBase::Short: return Value::num(s.i16);
-    case CBase::UShort: return Value::num(s.u16);
-    case CBase::Int: return Value::num(s.i32);
-    case CBase::UInt: return Value::num(s.u32);
-    case CBase::Long: return Value::num(static_cast<double>(s.i64));
-    case CBase::ULong: return Value::num(static_cast<double>(s.u64));
-    case CBase::Float: return Value::num(s.f);
-    case CBase::Double: return Value::num(s.d);
-    case CBase::Str: return textAt(static_cast<const char *>(s.p));
-    case CBase::Ptr: return addressValue(s.p);
-    case CBase::Void: break;
+    case CBase::Char:
+      return Value::num(s.i8);
+    case CBase::UChar:
+      return Value::num(s.u8);
+    case CBase::Short:
+      return Value::num(s.i16);
+    case CBase::UShort:
+      return Value::num(s.u16);
+    case CBase::Int:
+      return Value::num(s.i32);
+    case CBase::UInt:
+      return Value::num(s.u32);
+    case CBase::Long:
+      return Value::num(static_cast<double>(s.i64));
+    case CBase::ULong:
+      return Value::num(static_cast<double>(s.u64));
+    case CBase::Float:
+      return Value::num(s.f);
+    case CBase::Double:
+      return Value::num(s.d);
+    case CBase::Str:
+      return textAt(static_cast<const char *>(s.p));
+    case CBase::Ptr:
+      return addressValue(s.p);
+    case CBase::Void:
+      break;
   }
   return Value();
 }
@@ -191,7 +237,8 @@ class NativeFunction : public MDllFunc {
   std::vector<ffi_type *> types_;
   ffi_cif cif_{};
 
-  static void fillSlot(int line, CBase base, const Value &v, Slot &s, std::deque<std::string> &texts) {
+  static void fillSlot(int line, CBase base, const Value &v, Slot &s,
+                       std::deque<std::string> &texts) {
     if (base == CBase::Str || base == CBase::Ptr) {
       if (v.isNull()) {
         s.p = nullptr;
@@ -210,13 +257,27 @@ class NativeFunction : public MDllFunc {
   Value loadResult(const Slot &ret) const {
     Slot s{};
     switch (decl_.result.base) {
-      case CBase::Char: s.i8 = static_cast<int8_t>(ret.retSInt); break;
-      case CBase::UChar: s.u8 = static_cast<uint8_t>(ret.retInt); break;
-      case CBase::Short: s.i16 = static_cast<int16_t>(ret.retSInt); break;
-      case CBase::UShort: s.u16 = static_cast<uint16_t>(ret.retInt); break;
-      case CBase::Int: s.i32 = static_cast<int32_t>(ret.retSInt); break;
-      case CBase::UInt: s.u32 = static_cast<uint32_t>(ret.retInt); break;
-      default: s = ret; break;
+      case CBase::Char:
+        s.i8 = static_cast<int8_t>(ret.retSInt);
+        break;
+      case CBase::UChar:
+        s.u8 = static_cast<uint8_t>(ret.retInt);
+        break;
+      case CBase::Short:
+        s.i16 = static_cast<int16_t>(ret.retSInt);
+        break;
+      case CBase::UShort:
+        s.u16 = static_cast<uint16_t>(ret.retInt);
+        break;
+      case CBase::Int:
+        s.i32 = static_cast<int32_t>(ret.retSInt);
+        break;
+      case CBase::UInt:
+        s.u32 = static_cast<uint32_t>(ret.retInt);
+        break;
+      default:
+        s = ret;
+        break;
     }
     return loadNumber(decl_.result.base, s);
   }
@@ -234,7 +295,8 @@ void bi_dllfunc(Context &, int line, const Args &a, Value &r) {
   if (!h) raise_message(line, "Cannot load library " + lib->text + " in dllfunc(): " + why);
   dlerror();
   void *fn = dlsym(h, decl.name.c_str());
-  if (!fn) raise_message(line, "Function " + decl.name + " not found in " + lib->text + " in dllfunc()");
+  if (!fn)
+    raise_message(line, "Function " + decl.name + " not found in " + lib->text + " in dllfunc()");
   auto f = std::make_unique<NativeFunction>(fn, std::move(decl));
   if (!f->prepare()) raise_error(line, "Bad declaration in dllfunc(): unsupported signature");
   r = Value(f.release());
