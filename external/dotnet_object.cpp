@@ -29,7 +29,7 @@ constexpr uint32_t kAccessMask = 0x7, kPublic = 0x6, kStatic = 0x10, kVirtual = 
 // would otherwise never end.
 constexpr int kMaxDepth = 64;
 // Enumerations longer than this are refused rather than filling memory.
-constexpr size_t kMaxElements = size_t(1) << 24;
+constexpr size_t kMaxElements = size_t(1) << 22;
 
 // Managed objects made during one operation stay pinned until it ends: only
 // C++ heap memory refers to them, which the collector neither scans nor updates.
@@ -183,6 +183,7 @@ struct ManagedArg {
   union {
     int64_t i64;
     uint64_t u64;
+    void *object;  // a reference passed by reference (ref/out)
     double d;
     float f;
     int32_t i32;
@@ -202,6 +203,10 @@ MonoObject *managedOf(const Value &v);
 // How well a script value fits a parameter type: -1 not at all, higher is better.
 int fitness(const Value &v, MonoType *t) {
   int code = mono_type_get_type(t);
+  // Open generic parameters (a generic method's T) cannot be called through reflection here.
+  if (code == MONO_TYPE_VAR || code == MONO_TYPE_MVAR) return -1;
+  // null for an out parameter: the callee's value is not read back anyway.
+  if (v.isNull() && mono_type_is_byref(t) && code != MONO_TYPE_VALUETYPE) return 1;
   MonoClass *k = mono_class_from_mono_type(t);
   if (code == MONO_TYPE_VALUETYPE && mono_class_is_enum(k)) return v.isNumeric() ? 2 : -1;
   if (v.isBool()) {
@@ -411,6 +416,8 @@ MonoMethod *bestFit(const std::vector<MonoMethod *> &methods, std::span<const Va
     int total = 0;
     size_t i = 0;
     MonoMethodSignature *sig = mono_method_signature(m);
+    int ret = mono_type_get_type(mono_signature_get_return_type(sig));
+    if (ret == MONO_TYPE_VAR || ret == MONO_TYPE_MVAR) continue;
     while (MonoType *t = mono_signature_get_params(sig, &iter)) {
       int f = fitness(args[i++], t);
       if (f < 0) {
@@ -439,9 +446,15 @@ MonoObject *callManaged(int line, const char *what, const std::string &name, Mon
   MonoMethodSignature *sig = mono_method_signature(m);
   while (MonoType *t = mono_signature_get_params(sig, &iter)) {
     converted.emplace_back();
-    if (!toManaged(args[i], t, converted.back(), pins, 0))
+    ManagedArg &a = converted.back();
+    if (!toManaged(args[i], t, a, pins, 0))
       fail(line, what, name, "argument " + std::to_string(i + 1) + " cannot be converted");
-    params.push_back(converted.back().param);
+    // ref/out parameters take an address; a reference is passed through a slot.
+    if (mono_type_is_byref(t) && a.param != &a.slot) {
+      a.slot.object = a.param;
+      a.param = &a.slot;
+    }
+    params.push_back(a.param);
     i++;
   }
   if (isVoid) *isVoid = mono_type_get_type(mono_signature_get_return_type(sig)) == MONO_TYPE_VOID;

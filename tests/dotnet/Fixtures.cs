@@ -55,6 +55,10 @@ public class Shelf {
   public object Nothing() { return null; }
   public Point MakePoint(int x, double y) { return new Point { X = x, Y = y }; }
   public static int Twice(int n) { return 2 * n; }
+  public bool TryHalf(int n, out int half) { half = n / 2; return n % 2 == 0; }
+  public string Swap(ref string s) { string old = s; s = "swapped"; return old; }
+  public T Echo<T>(T x) { return x; }
+  public T Make<T>() where T : new() { return new T(); }
 
   public void Fail(string message) { throw new InvalidOperationException(message); }
   public int Explode { get { throw new NotSupportedException("no explosions today"); } }
