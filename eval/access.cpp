@@ -143,7 +143,8 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
         place.key = k->text;
         return;
       }
-      if (asComObj(place.container)) raise_error(node->line, "Cannot assign to COM collection element");
+      if (asComObj(place.container))
+        raise_error(node->line, "Cannot assign to COM collection element");
       raise_error(node->line, "Bad array operation for non-array object");
     }
     case OP_MEMBER: {
