@@ -6,6 +6,8 @@
 #   --check        run each MARL program at a small size and compare its output with
 #                  bench/expected/NAME.out (fast; needs only marl)
 #   --quick        three timed runs, no warm-up, no callgrind
+#   --ir           only MARL's instruction counts (callgrind), no timing: these are steady
+#                  even on a busy machine, so they show what an engine change gained
 #   --runs N       timed runs per command (default 5, after one warm-up run)
 #   --cpu          rank by user+system CPU seconds instead of the wall-clock median
 #                  (steadier on a machine shared with other work)
@@ -24,22 +26,22 @@ expdir=$root/bench/expected
 # name, timed size, check size, callgrind size, input ("-" or "text": the size is then the
 # number of lines of generated text read on standard input).
 table=(
-  "fib         32       20     25      -"
-  "loops       2500     100    800     -"
-  "sieve       2000000  10000  400000  -"
-  "strings     1000     5      100     -"
-  "hashes      500000   2000   100000  -"
-  "nbody       150000   1000   15000   -"
-  "spectral    320      20     100     -"
-  "binarytrees 14       6      11      -"
-  "mandelbrot  400      40     120     -"
-  "quicksort   400000   2000   50000   -"
-  "pack        600000   1000   60000   -"
-  "wordfreq    300000   300    30000   text"
-  "regex       30000    300    3000    text"
+  "fib         33       20     25      -"
+  "loops       2500     100    400     -"
+  "sieve       2000000  10000  50000   -"
+  "strings     1500     5      10      -"
+  "hashes      500000   2000   50000   -"
+  "nbody       150000   1000   3000    -"
+  "spectral    320      20     50      -"
+  "binarytrees 14       6      10      -"
+  "mandelbrot  400      40     60      -"
+  "quicksort   400000   2000   20000   -"
+  "pack        1000000  1000   20000   -"
+  "wordfreq    300000   300    20000   text"
+  "regex       30000    300    2000    text"
 )
 
-mode=full runs=5 warmup=1 metric=wall callgrind=1
+mode=full runs=5 warmup=1 metric=wall callgrind=1 timing=1
 marl=$root/build/bin/marl
 data=$root/build/bench-data
 only=()
@@ -47,6 +49,7 @@ while [ $# -gt 0 ]; do
   case $1 in
     --check) mode=check ;;
     --quick) runs=3 warmup=0 callgrind=0 ;;
+    --ir) timing=0 callgrind=1 ;;
     --runs) runs=${2:?--runs needs a number}; shift ;;
     --cpu) metric=cpu ;;
     --marl) marl=${2:?--marl needs a path}; shift ;;
@@ -122,7 +125,8 @@ if [ $mode = check ]; then
 fi
 
 langs=(marl lua5.4 python3 perl)
-need=(hyperfine lua5.4 python3 perl)
+need=(lua5.4 python3 perl)
+[ $timing = 1 ] && need+=(hyperfine)
 [ $callgrind = 1 ] && need+=(valgrind)
 for tool in "${need[@]}"; do
   command -v "$tool" >/dev/null || { echo "run.sh: $tool missing (tools/install-deps.sh --bench)" >&2; exit 2; }
@@ -138,6 +142,7 @@ for row in "${selected[@]}"; do
   # Every language must print exactly what MARL prints before anything is timed.
   same=1
   for lang in "${langs[@]}"; do
+    [ $timing = 1 ] || break
     if ! bash -c "$(command_for "$name" "$lang" "$size" "$input")" >"$scratch/$lang.out" 2>"$scratch/$lang.err"; then
       echo "FAIL $name: $lang exited with an error" >&2; cat "$scratch/$lang.err" >&2; same=0
     elif [ "$lang" != marl ] && ! cmp -s "$scratch/marl.out" "$scratch/$lang.out"; then
@@ -150,6 +155,7 @@ for row in "${selected[@]}"; do
 
   line=$name$'\t'$size
   for lang in "${langs[@]}"; do
+    if [ $timing = 0 ]; then line+=$'\t-\t-'; continue; fi
     cmd=$(command_for "$name" "$lang" "$size" "$input")
     hyperfine --style basic --warmup "$warmup" --runs "$runs" --export-csv "$scratch/t.csv" \
       "$cmd" >/dev/null 2>"$scratch/hf.err" || { cat "$scratch/hf.err" >&2; exit 1; }
@@ -175,6 +181,14 @@ done
 
 [ -s "$results" ] || exit $status
 mkdir -p "$root/bench/results"
+if [ $timing = 0 ]; then
+  {
+    echo "| program | marl Ir | callgrind size |"
+    echo "|---|---|---|"
+    awk -F'\t' '{ printf "| %s | %s | %s |\n", $1, $11, $12 }' "$results"
+  } | tee "$root/bench/results/latest-ir.md"
+  exit $status
+fi
 {
   echo "Seconds: $([ $metric = cpu ] && echo "user+system CPU, mean" || echo "wall clock, median") of $runs runs."
   echo "Ratios are MARL's time divided by the other's (below 1: MARL is faster)."

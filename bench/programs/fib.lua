@@ -4,5 +4,5 @@ local function fib(n)
   return fib(n - 1) + fib(n - 2)
 end
 
-local n = tonumber(arg[1]) or 32
+local n = tonumber(arg[1]) or 33
 io.write(string.format("fib(%d) = %d\n", n, fib(n)))

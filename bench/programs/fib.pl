@@ -8,5 +8,5 @@ sub fib {
   return fib($n - 1) + fib($n - 2);
 }
 
-my $n = @ARGV ? $ARGV[0] : 32;
+my $n = @ARGV ? $ARGV[0] : 33;
 printf("fib(%d) = %d\n", $n, fib($n));

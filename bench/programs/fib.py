@@ -9,7 +9,7 @@ def fib(n):
 
 
 def main():
-    n = int(sys.argv[1]) if len(sys.argv) > 1 else 32
+    n = int(sys.argv[1]) if len(sys.argv) > 1 else 33
     print("fib(%d) = %d" % (n, fib(n)))
 
 

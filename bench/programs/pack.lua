@@ -1,5 +1,5 @@
 -- Binary records: pack each into bytes, then unpack them all and add up the fields.
-local n = tonumber(arg[1]) or 600000
+local n = tonumber(arg[1]) or 1000000
 local layout = "<I4ddBBBB"
 local records = {}
 for i = 0, n - 1 do

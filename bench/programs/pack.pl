@@ -2,7 +2,7 @@
 use strict;
 use warnings;
 
-my $n = @ARGV ? $ARGV[0] : 600000;
+my $n = @ARGV ? $ARGV[0] : 1000000;
 my $layout = "V d< d< C4";
 my @records = (undef) x $n;
 for my $i (0 .. $n - 1) {

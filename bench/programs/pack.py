@@ -4,7 +4,7 @@ import sys
 
 
 def main():
-    n = int(sys.argv[1]) if len(sys.argv) > 1 else 600000
+    n = int(sys.argv[1]) if len(sys.argv) > 1 else 1000000
     layout = struct.Struct("<Idd4B")
     records = [None] * n
     for i in range(n):

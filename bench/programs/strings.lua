@@ -15,7 +15,7 @@ local function occurrences(s, t)
   return c
 end
 
-local rounds = tonumber(arg[1]) or 1000
+local rounds = tonumber(arg[1]) or 1500
 local total, found, where = 0, 0, 0
 for r = 0, rounds - 1 do
   local s = build(2000 + r % 10)

@@ -20,7 +20,7 @@ sub occurrences {
   return $c;
 }
 
-my $rounds = @ARGV ? $ARGV[0] : 1000;
+my $rounds = @ARGV ? $ARGV[0] : 1500;
 my ($total, $found, $where) = (0, 0, 0);
 for my $r (0 .. $rounds - 1) {
   my $s = build(2000 + $r % 10);

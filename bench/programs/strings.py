@@ -19,7 +19,7 @@ def occurrences(s, t):
 
 
 def main():
-    rounds = int(sys.argv[1]) if len(sys.argv) > 1 else 1000
+    rounds = int(sys.argv[1]) if len(sys.argv) > 1 else 1500
     total = found = where = 0
     for r in range(rounds):
         s = build(2000 + r % 10)
