@@ -110,8 +110,11 @@ if [ $mode = check ]; then
   failed=0
   for row in "${selected[@]}"; do
     read -r name _ small _ input <<<"$row"
-    if ! bash -c "$(command_for "$name" marl "$small" "$input")" >"$scratch/out" 2>&1; then
-      echo "FAIL $name: marl exited with an error"; cat "$scratch/out"; failed=1; continue
+    # A minute is far beyond what a small size needs: more means the interpreter hangs.
+    if ! timeout 60 bash -c "$(command_for "$name" marl "$small" "$input")" >"$scratch/out" 2>&1; then
+      echo "FAIL $name: marl exited with an error or did not finish"; cat "$scratch/out"
+      failed=1
+      continue
     fi
     if cmp -s "$scratch/out" "$expdir/$name.out"; then
       echo "ok   $name"
