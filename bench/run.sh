@@ -160,7 +160,7 @@ for row in "${selected[@]}"; do
   for lang in "${langs[@]}"; do
     if [ $timing = 0 ]; then line+=$'\t-\t-'; continue; fi
     cmd=$(command_for "$name" "$lang" "$size" "$input")
-    hyperfine --style basic --warmup "$warmup" --runs "$runs" --export-csv "$scratch/t.csv" \
+    hyperfine --shell=bash --style basic --warmup "$warmup" --runs "$runs" --export-csv "$scratch/t.csv" \
       "$cmd" >/dev/null 2>"$scratch/hf.err" || { cat "$scratch/hf.err" >&2; exit 1; }
     # CSV columns: command,mean,stddev,median,user,system,min,max (the command may hold commas).
     secs=$(awk -F, -v m=$metric 'NR == 2 { n = NF; print (m == "cpu") ? $(n-3) + $(n-2) : $(n-4) }' "$scratch/t.csv")
@@ -204,8 +204,9 @@ fi
       m = $3; l = $5; p = $7; q = $9
       rl = m / l; rp = m / p; rq = m / q
       sl += log(rl); sp += log(rp); sq += log(rq); n++
-      printf "| %s | %s | %.3f | %.3f | %.3f | %.3f | %.2f | %.2f | %.2f | %s / %s / %s / %s | %s (%s) |\n",
-        $1, $2, m, l, p, q, rl, rp, rq, mb($4), mb($6), mb($8), mb($10), $11, $12
+      ir = ($11 == "-") ? "-" : $11 " (" $12 ")"
+      printf "| %s | %s | %.3f | %.3f | %.3f | %.3f | %.2f | %.2f | %.2f | %s / %s / %s / %s | %s |\n",
+        $1, $2, m, l, p, q, rl, rp, rq, mb($4), mb($6), mb($8), mb($10), ir
     }
     END {
       if (n) printf "| geometric mean | | | | | | %.2f | %.2f | %.2f | | |\n", exp(sl / n), exp(sp / n), exp(sq / n)
