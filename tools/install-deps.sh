@@ -5,7 +5,7 @@ pkgs=(cmake g++ make ninja-build flex bison libgtest-dev libgmock-dev libonig-de
       libedit-dev pkg-config clang libclang-rt-14-dev
       libffi-dev libmono-2.0-dev mono-runtime mono-mcs
       libgtk-3-dev fonts-dejavu-core xvfb xdotool imagemagick)
-[ "${1:-}" = "--bench" ] && pkgs+=(libbenchmark-dev lua5.4 perl python3)
+[ "${1:-}" = "--bench" ] && pkgs+=(libbenchmark-dev lua5.4 perl python3 hyperfine time valgrind)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
