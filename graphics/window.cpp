@@ -4,6 +4,7 @@
 // posts requests to its main loop.
 #include "graphics/window.hpp"
 
+#include <unistd.h>
 #include <gtk/gtk.h>
 
 #include <chrono>
@@ -265,11 +266,21 @@ void repaintWindow() {
   if (uiRunning()) g_idle_add(repaintOnUi, nullptr);
 }
 
+// Keeping the finished picture on screen only makes sense with someone there
+// to close it; a script run by another program (a test, a pipeline) must end.
+// MARL_GRAPHICS_WAIT=1 or 0 overrides the terminal test.
+bool userCanClose() {
+  const char *force = std::getenv("MARL_GRAPHICS_WAIT");
+  if (force && *force) return *force != '0';
+  return isatty(STDIN_FILENO);
+}
+
 void waitForWindowClose() {
   {
     std::lock_guard<std::mutex> lock(uiMutex);
     if (ui != Ui::Running) return;
   }
+  if (!userCanClose()) return;
   g_idle_add(repaintOnUi, nullptr);
   g_idle_add(finishOnUi, nullptr);
   std::unique_lock<std::mutex> lock(shownMutex);

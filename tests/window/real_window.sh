@@ -11,7 +11,7 @@ require_tools Xvfb xdotool import convert
 start_xvfb
 
 cp "$here/picture.mr" "$work/"
-(cd "$work" && exec "$marl" picture.mr >stdout 2>stderr) &
+(cd "$work" && MARL_GRAPHICS_WAIT=1 exec "$marl" picture.mr >stdout 2>stderr) &
 marl_pid=$!
 
 # The title changes once the script has ended and waits for the window.
@@ -65,4 +65,14 @@ status=$?
 marl_pid=""
 [ "$status" = 3 ] || fail "marl ended with status $status"
 [ "$(cat "$work/stdout")" = "drawn 200x100" ] || fail "stdout: $(cat "$work/stdout")"
+
+# Run by another program (no terminal on standard input), marl does not wait
+# for the user: the same script ends by itself with its status.
+(cd "$work" && exec "$marl" picture.mr </dev/null >stdout 2>stderr) &
+marl_pid=$!
+wait_for 30 bash -c "! kill -0 $marl_pid" || fail "marl waited for the window without a terminal"
+wait "$marl_pid"
+status=$?
+marl_pid=""
+[ "$status" = 3 ] || fail "marl without a terminal ended with status $status"
 echo "window test passed"
