@@ -14,6 +14,7 @@
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/stack_guard.hpp"
 
 namespace marl {
 
@@ -430,6 +431,9 @@ void evaluateList(Context &ctx, Value &result, Node *first) {
 }
 
 void evaluate(Context &ctx, Value &result, Node *node) {
+  // Deep trees (long operator chains) and nested eval recurse here; the C
+  // stack gives out long before memory does.
+  if (stackNearlyFull()) raise_error(node->line, "Recursion limit exceeded");
   maybeCollect();
   switch (node->opcode) {
     case OP_NAME: s_get(ctx, result, node); return;
