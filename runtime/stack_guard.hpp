@@ -17,7 +17,8 @@ void recordStackBounds();
 // True when the caller's frame lies in the reserve: it must not go deeper.
 // One load and one compare, cheap enough for every evaluated node.
 inline bool stackNearlyFull() {
-  return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < stackFloor;
+  char probe;
+  return reinterpret_cast<uintptr_t>(&probe) < stackFloor;
 }
 
 }  // namespace marl
