@@ -15,13 +15,17 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/logs"
 # The golden runner starts "marl": this stand-in runs the real one under memcheck,
-# with the report in a file of its own so that the compared output stays as it is.
+# with the report in a file named after the command line, so that the compared
+# output stays as it is.
 cat >"$work/marl" <<WRAP
 #!/usr/bin/env bash
+name=\$(printf '%s' "\$*" | tr -c 'A-Za-z0-9._-' '_' | cut -c1-60)
 exec valgrind --tool=memcheck -q --leak-check=full --show-leak-kinds=definite \\
   --errors-for-leak-kinds=definite --track-origins=no \\
-  --log-file="$work/logs/%p.log" "$build/bin/marl" "\$@"
+  --log-file="$work/logs/%p-\$name.log" "$build/bin/marl" "\$@"
 WRAP
+# Scripts run some thirty times slower: a killed one would report false leaks.
+export GOLDEN_TIMEOUT=${GOLDEN_TIMEOUT:-600}
 chmod +x "$work/marl"
 
 groups=("$@")
