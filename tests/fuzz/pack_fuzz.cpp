@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::string_view bytes = in.rest();
   try {
     PackTemplate t;
-    if (!parseTemplate(text, t)) return 0;
+    if (!parseTemplate(text, t) || !unpackFitsMemory(t)) return 0;
     Value record = unpackRecord(t, bytes);
     MHash *fields = asHash(record);
     if (!fields) __builtin_trap();
