@@ -18,6 +18,7 @@
 #include "driver/runner.hpp"
 #include "eval/error.hpp"
 #include "eval/evaluator.hpp"
+#include "external/dotnet_bridge.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"
@@ -106,6 +107,7 @@ void teardown() {
   clearFunctions();
   shutdownEvaluator();
   releaseAllObjects();
+  shutdownDotNet();  // after every managed object has been released
   freeAllNodes();
 }
 

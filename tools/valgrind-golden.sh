@@ -25,7 +25,7 @@ exec valgrind --tool=memcheck -q --leak-check=full --show-leak-kinds=definite \\
   --log-file="$work/logs/%p-\$name.log" "$build/bin/marl" "\$@"
 WRAP
 # Scripts run some thirty times slower: a killed one would report false leaks.
-export GOLDEN_TIMEOUT=${GOLDEN_TIMEOUT:-600}
+export MARL_GOLDEN_TIMEOUT=${MARL_GOLDEN_TIMEOUT:-600}
 chmod +x "$work/marl"
 
 groups=("$@")
