@@ -58,15 +58,18 @@ BENCHMARK(BM_ParseScript)->Unit(benchmark::kMillisecond);
 std::string longToken(int kind, size_t length) {
   std::string body(length, 'a');
   switch (kind) {
-    case 0: return "x = \"" + body + "\";";
-    case 1: return "// " + body + "\nx = 1;";
-    default: return "x" + body + " = 1;";
+    case 0:
+      return "x = \"" + body + "\";";
+    case 1:
+      return "// " + body + "\nx = 1;";
+    default:
+      return "x" + body + " = 1;";
   }
 }
 
 void BM_LongToken(benchmark::State &state) {
-  const std::string script = longToken(static_cast<int>(state.range(0)),
-                                       static_cast<size_t>(state.range(1)));
+  const std::string script =
+      longToken(static_cast<int>(state.range(0)), static_cast<size_t>(state.range(1)));
   for (auto _ : state) {
     marl::ParseResult r = marl::parseText(script);
     benchmark::DoNotOptimize(r.statements);
