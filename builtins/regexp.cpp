@@ -201,7 +201,16 @@ bool RegExp::search(int line, std::string_view subject, size_t start, RegexMatch
   const UChar *end = str + subject.size();
   int rc = onig_search_with_param(compiled_, str, end, str + start, end, m.region_,
                                   ONIG_OPTION_NONE, matchParam());
-  if (rc >= 0) return true;
+  if (rc >= 0) {
+    // A lone lead byte at the end counts as a whole character to the engine,
+    // so a match can claim one byte past the subject; it ends at the end.
+    long size = static_cast<long>(subject.size());
+    for (int i = 0; i < m.region_->num_regs; i++) {
+      if (m.region_->beg[i] > size) m.region_->beg[i] = size;
+      if (m.region_->end[i] > size) m.region_->end[i] = size;
+    }
+    return true;
+  }
   if (rc == ONIG_MISMATCH) return false;
   UChar reason[ONIG_MAX_ERROR_MESSAGE_LEN];
   onig_error_code_to_str(reason, rc);

@@ -2,12 +2,15 @@
 #include "driver/driver.hpp"
 
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "builtins/registry.hpp"
 #include "driver/input_queue.hpp"
@@ -25,6 +28,7 @@
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/stack_guard.hpp"
 
 namespace marl {
 
@@ -39,12 +43,21 @@ bool isRegularFile(const std::string &path) {
   return stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
 }
 
+// Checked before anything is set up, so that the early exit leaves nothing behind.
+bool knownFilterEncodings() {
+  for (const std::string *encoding : {&state.inputEncoding, &state.outputEncoding}) {
+    std::unique_ptr<MFile> probe(makeStreamFilter(*encoding));
+    if (!probe) {
+      std::fprintf(stderr, "error: Unknown encoding %s for input/output filter\n",
+                   encoding->c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
 MFile *streamFilter(const std::string &encoding, int fd) {
   MFile *f = makeStreamFilter(encoding);
-  if (!f) {
-    std::fprintf(stderr, "error: Unknown encoding %s for input/output filter\n", encoding.c_str());
-    std::exit(1);
-  }
   f->attach(Stream::standard(fd));
   return f;
 }
@@ -120,6 +133,7 @@ void *threadMain(void *p) {
 DriverState &driverState() { return state; }
 
 int runDriver(int argc, char **argv, char **envp, int noConsole) {
+  recordStackBounds();
   state.consoleSuppressed = noConsole != 0;
   parseCommandLine(argc, argv, state);
   state.programDir = programDirectory();
@@ -136,6 +150,7 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
     }
   }
 
+  if (!knownFilterEncodings()) return 1;
   pushGlobalScope();
   initEvaluator();
   defineGlobals(envp);
@@ -179,19 +194,29 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
 
 int runOnInterpreterThread(int argc, char **argv, char **envp, int noConsole) {
   ThreadArgs args{argc, argv, envp, noConsole, 0};
-  pthread_attr_t attr;
-  pthread_attr_init(&attr);
-  // Deep script recursion is stopped by the scope limit; this stack holds it
-  // with room to spare.
-  pthread_attr_setstacksize(&attr, 1024UL * 1024 * 1024);
-  pthread_t thread;
-  if (pthread_create(&thread, &attr, threadMain, &args) != 0) {
+  // Deep script recursion is stopped by the scope limit and the stack guard;
+  // a large stack lets long chains and deep data go far. Under an address-
+  // space limit the stack takes an eighth of it, leaving the rest to data,
+  // and a stack that cannot be had is asked for again at half the size.
+  constexpr size_t kLargest = size_t{1} << 30;
+  constexpr size_t kSmallest = size_t{16} << 20;
+  size_t size = kLargest;
+  struct rlimit limit;
+  if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
+    size = std::clamp(static_cast<size_t>(limit.rlim_cur / 8), kSmallest, kLargest);
+  for (; size >= kSmallest; size /= 2) {
+    pthread_attr_t attr;
+    pthread_attr_init(&attr);
+    pthread_attr_setstacksize(&attr, size);
+    pthread_t thread;
+    int failed = pthread_create(&thread, &attr, threadMain, &args);
     pthread_attr_destroy(&attr);
-    return runDriver(argc, argv, envp, noConsole);
+    if (failed == 0) {
+      pthread_join(thread, nullptr);
+      return args.status;
+    }
   }
-  pthread_attr_destroy(&attr);
-  pthread_join(thread, nullptr);
-  return args.status;
+  return runDriver(argc, argv, envp, noConsole);
 }
 
 }  // namespace marl

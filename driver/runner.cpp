@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 #include "driver/driver.hpp"
@@ -22,6 +23,19 @@ namespace {
 void printError(const char *text) {
   flushStandardStreams();
   std::fprintf(stderr, "%s\n", text);
+}
+
+// A source too large for the memory left is reported as a lack of memory
+// while running is, and none of it runs.
+template <typename Parse>
+ParseResult parseWithin(Parse parse) {
+  try {
+    return parse();
+  } catch (const std::bad_alloc &) {
+    closeSource();
+    printError("error: Out of memory");
+    return ParseResult{};
+  }
 }
 
 Value execute(const ParseResult &parsed) {
@@ -89,7 +103,7 @@ Value run_script_file(const std::string &path, const std::string &openDir) {
   ParseResult parsed;
   {
     OpenFrom from(openDir);
-    parsed = parseFile(path, opened);
+    parsed = parseWithin([&] { return parseFile(path, opened); });
   }
   return opened ? execute(parsed) : cannotOpen(path);
 }
@@ -131,11 +145,13 @@ Value run_preprocessed_file(const std::string &path, const std::string &openDir)
     return Value();
   }
   bool opened = false;
-  ParseResult parsed = parseFile(out, opened);
+  ParseResult parsed = parseWithin([&] { return parseFile(out, opened); });
   unlink(out.c_str());
   return opened ? execute(parsed) : cannotOpen(path);
 }
 
-Value run_script_string(std::string_view text) { return execute(parseText(text)); }
+Value run_script_string(std::string_view text) {
+  return execute(parseWithin([&] { return parseText(text); }));
+}
 
 }  // namespace marl

@@ -15,6 +15,7 @@
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/stack_guard.hpp"
 
 namespace marl {
 
@@ -22,6 +23,16 @@ namespace {
 
 bool strictFlag = false;
 constexpr size_t kMaxScopes = 1000;
+
+// Loop iterations and calls left before a run is stopped; 0 is no budget.
+// Once spent it stays spent, so a script cannot catch its way past it.
+uint64_t stepsLeft = 0;
+bool stepBudgetOn = false;
+
+void takeStep(int line) {
+  if (stepsLeft > 0) stepsLeft--;
+  if (stepsLeft == 0) raise_error(line, "Step budget exhausted");
+}
 
 // Functions defined inside braces get one table entry per definition node,
 // so their static variables persist like those of top-level functions.
@@ -52,9 +63,14 @@ size_t countList(Node *n) {
 
 [[noreturn]] void badBreak(int line) { raise_error(line, "Bad break or continue"); }
 
+[[noreturn, gnu::cold, gnu::noinline]] void recursionTooDeep(int line) {
+  raise_error(line, "Recursion limit exceeded");
+}
+
 // Consumes a pending break/continue at a loop. Returns true when the loop must
 // end (break here, or a jump that belongs to an outer construct).
 inline bool loopShouldExit(Context &ctx, bool &continuing) {
+  if (stepBudgetOn) takeStep(0);
   continuing = false;
   if (ctx.jump == JUMP_NONE) return false;
   if (ctx.jump == JUMP_RETURN) return true;
@@ -425,6 +441,11 @@ void evalSwap(Context &ctx, Value &result, Node *node) {
 
 }  // namespace
 
+void setStepBudget(uint64_t steps) {
+  stepsLeft = steps;
+  stepBudgetOn = steps > 0;
+}
+
 bool strictMode() { return strictFlag; }
 bool setStrictMode(bool on) {
   bool old = strictFlag;
@@ -440,6 +461,10 @@ void evaluateList(Context &ctx, Value &result, Node *first) {
 }
 
 void evaluate(Context &ctx, Value &result, Node *node) {
+  // Deep trees (long operator chains) and nested eval recurse here; the C
+  // stack gives out long before memory does.
+  if (stackNearlyFull()) [[unlikely]]
+    recursionTooDeep(node->line);
   maybeCollect();
   switch (node->opcode) {
     case OP_NAME: s_get(ctx, result, node); return;
@@ -717,6 +742,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
 
 void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
   if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  if (stepBudgetOn) takeStep(line);
   if (fd->handler) {
     result.setNull();
     fd->handler(ctx, line, args, result);

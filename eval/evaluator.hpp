@@ -1,5 +1,7 @@
 // The tree-walking evaluator.
 #pragma once
+#include <cstdint>
+
 #include "eval/context.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -16,6 +18,11 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
 // built-in in "Bad argument type in who()" when `fn` is not callable.
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
                 const char *who);
+
+// Bounds a run to this many loop iterations and calls, after which every one
+// raises "Step budget exhausted"; 0 (the default) removes the bound. For
+// running untrusted text to completion, as the fuzzers do.
+void setStepBudget(uint64_t steps);
 
 // Process-wide strict-declaration mode.
 bool strictMode();
