@@ -101,8 +101,11 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
   place.line = node->line;
   switch (node->opcode) {
     case OP_NAME:
+      // Only compound assignment, ++/-- and swap come here; they read the
+      // name first, so an undeclared one fails as reading does and stays undeclared.
       place.kind = Place::Variable;
-      place.symbol = assignableSymbol(node->payload.name, node->line);
+      place.symbol = lookupVariable(node->payload.name);
+      if (!place.symbol) notDeclared(node->line, node->payload.name);
       return;
     case OP_INDEX: {
       Value index;
