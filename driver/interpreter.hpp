@@ -7,6 +7,7 @@
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/symbols.hpp"
+#include "runtime/conversions.hpp"
 #include "runtime/object.hpp"
 
 namespace marl {
@@ -38,6 +39,7 @@ class Interpreter {
 
  public:
   MObjMan objects;
+  NumberFormat numberFormat;
   FunctionTable functions;
   ScopeStack scopes;
   EvaluatorState evaluator;
