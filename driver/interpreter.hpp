@@ -20,12 +20,20 @@ struct ParseTreeOwner {
   ParseTreeOwner &operator=(const ParseTreeOwner &) = delete;
 };
 
+// Stops the .NET runtime, if it was started, once every object is released.
+struct ExternalRuntimes {
+  ExternalRuntimes() = default;
+  ~ExternalRuntimes();
+  ExternalRuntimes(const ExternalRuntimes &) = delete;
+  ExternalRuntimes &operator=(const ExternalRuntimes &) = delete;
+};
+
 // One per process: the language runs on one thread and the parts below are
 // reached by each layer as "the current one". Construction pushes the global
 // scope. Destruction flushes the standard streams, runs the final cleanup of
 // handles, then, member by member: the driver's and the evaluator's state;
 // every scope; the function table; the last release of every object; the
-// parse tree.
+// .NET runtime; the parse tree.
 class Interpreter {
  public:
   Interpreter();
@@ -36,6 +44,7 @@ class Interpreter {
 
  private:
   ParseTreeOwner tree_;
+  ExternalRuntimes external_;
 
  public:
   MObjMan objects;
