@@ -13,13 +13,13 @@
 #include <memory>
 
 #include "builtins/registry.hpp"
-#include "driver/input_queue.hpp"
-#include "driver/process.hpp"
+#include "builtins/input_queue.hpp"
+#include "io/process.hpp"
+#include "driver/interpreter.hpp"
 #include "driver/runner.hpp"
-#include "eval/error.hpp"
-#include "graphics/session.hpp"
+#include "eval/run.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
-#include "external/dotnet_bridge.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"
@@ -36,15 +36,13 @@ void run_console();
 
 namespace {
 
-DriverState state;
-
 bool isRegularFile(const std::string &path) {
   struct stat st;
   return stat(path.c_str(), &st) == 0 && !S_ISDIR(st.st_mode);
 }
 
 // Checked before anything is set up, so that the early exit leaves nothing behind.
-bool knownFilterEncodings() {
+bool knownFilterEncodings(const DriverState &state) {
   for (const std::string *encoding : {&state.inputEncoding, &state.outputEncoding}) {
     std::unique_ptr<MFile> probe(makeStreamFilter(*encoding));
     if (!probe) {
@@ -67,6 +65,7 @@ void defineGlobal(const char *name, const Value &v) {
 }
 
 void defineGlobals(char **envp) {
+  const DriverState &state = driverState();
   defineGlobal("stdin", Value(streamFilter(state.inputEncoding, 0)));
   defineGlobal("stdout", Value(streamFilter(state.outputEncoding, 1)));
   defineGlobal("stderr", Value(streamFilter(state.outputEncoding, 2)));
@@ -95,23 +94,11 @@ int exitStatus(const Value &v) {
 }
 
 void runStartupScripts() {
+  const DriverState &state = driverState();
   for (const char *name : {"init.mr", "user.mr"}) {
     std::string path = state.programDir + name;
     if (isRegularFile(path)) run_preprocessed_file(path);
   }
-}
-
-void teardown() {
-  flushStandardStreams();
-  // A picture still on the screen stays there until the user closes it.
-  gfx::finishGraphics();
-  finalCleanup();
-  popScopesTo(0);
-  clearFunctions();
-  shutdownEvaluator();
-  releaseAllObjects();
-  shutdownDotNet();  // after every managed object has been released
-  freeAllNodes();
 }
 
 struct ThreadArgs {
@@ -130,10 +117,12 @@ void *threadMain(void *p) {
 
 }  // namespace
 
-DriverState &driverState() { return state; }
+DriverState &driverState() { return Interpreter::current()->driver; }
 
 int runDriver(int argc, char **argv, char **envp, int noConsole) {
   recordStackBounds();
+  Interpreter interpreter;
+  DriverState &state = interpreter.driver;
   state.consoleSuppressed = noConsole != 0;
   parseCommandLine(argc, argv, state);
   state.programDir = programDirectory();
@@ -150,13 +139,12 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
     }
   }
 
-  if (!knownFilterEncodings()) return 1;
-  pushGlobalScope();
-  initEvaluator();
+  if (!knownFilterEncodings(state)) return 1;
   defineGlobals(envp);
   registerAllBuiltins();
 
-  state.nextInput = 0;
+  interpreter.input.files = state.inputFiles;
+  interpreter.input.inPlace = state.inPlace;
   try {
     open_next_input();
   } catch (const ScriptError &e) {
@@ -188,7 +176,6 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
 
   if (state.talkMode && !state.consoleSuppressed) run_console();
 
-  teardown();
   return status;
 }
 

@@ -2,11 +2,14 @@
 #include "eval/evaluator.hpp"
 
 #include <cmath>
-#include <unordered_map>
+#include <cstdio>
+#include <cstdlib>
 
 #include "eval/access.hpp"
-#include "eval/error.hpp"
+#include "eval/cleanup.hpp"
 #include "eval/external_access.hpp"
+#include "eval/frames.hpp"
+#include "runtime/error.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
@@ -21,7 +24,7 @@ namespace marl {
 
 namespace {
 
-bool strictFlag = false;
+EvaluatorState *current = nullptr;
 constexpr size_t kMaxScopes = 1000;
 
 // Loop iterations and calls left before a run is stopped; 0 is no budget.
@@ -33,10 +36,6 @@ void takeStep(int line) {
   if (stepsLeft > 0) stepsLeft--;
   if (stepsLeft == 0) raise_error(line, "Step budget exhausted");
 }
-
-// Functions defined inside braces get one table entry per definition node,
-// so their static variables persist like those of top-level functions.
-std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
 
 // Arguments live on the C stack for the common small counts.
 class ArgBuffer {
@@ -60,8 +59,6 @@ size_t countList(Node *n) {
   for (; n; n = n->next) c++;
   return c;
 }
-
-[[noreturn]] void badBreak(int line) { raise_error(line, "Bad break or continue"); }
 
 [[noreturn, gnu::cold, gnu::noinline]] void recursionTooDeep(int line) {
   raise_error(line, "Recursion limit exceeded");
@@ -163,11 +160,9 @@ void evalExtern(Node *node) {
 
 // The static table of the running function: the nearest function scope's,
 // made on first use; at the top level, the global scope.
-std::vector<func_data *> runningFunctions;
-
 SymMan *functionStatics(int) {
-  if (runningFunctions.empty()) return globalScope();
-  func_data *fd = runningFunctions.back();
+  if (current->runningFunctions.empty()) return globalScope();
+  func_data *fd = current->runningFunctions.back();
   if (!fd->statics) {
     fd->statics = new SymMan();
     fd->statics->kind = SCOPE_FUNCTION;
@@ -235,7 +230,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
 
 void evalFuncDef(Node *node) {
   FunctionDef *def = node->payload.func;
-  FuncInfo *&info = nestedFunctions[def];
+  FuncInfo *&info = current->nestedFunctions[def];
   if (!info) {
     info = new FuncInfo();
     info->name = def->name;
@@ -286,9 +281,9 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
-  size_t depth = scopeDepth();
+  ScopeGuard scope;
   pushScope(SCOPE_BLOCK);
-  try {
+  {
     Value subject;
     evaluate(ctx, subject, c->a);
     Node *body = c->b;
@@ -316,11 +311,7 @@ void evalSwitch(Context &ctx, Value &result, Node *node) {
         evaluateList(ctx, result, start);
     }
     if (ctx.jump == JUMP_BREAK && --ctx.remaining <= 0) ctx.clearJump();
-  } catch (...) {
-    popScopesTo(depth);
-    throw;
   }
-  popScopesTo(depth);
 }
 
 void evalTry(Context &ctx, Value &result, Node *node) {
@@ -446,10 +437,10 @@ void setStepBudget(uint64_t steps) {
   stepBudgetOn = steps > 0;
 }
 
-bool strictMode() { return strictFlag; }
+bool strictMode() { return current->strict; }
 bool setStrictMode(bool on) {
-  bool old = strictFlag;
-  strictFlag = on;
+  bool old = current->strict;
+  current->strict = on;
   return old;
 }
 
@@ -515,16 +506,10 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_PREDEC: incDec(ctx, result, node, -1, true); return;
     case OP_POSTDEC: incDec(ctx, result, node, -1, false); return;
     case OP_BLOCK: {
-      size_t depth = scopeDepth();
+      ScopeGuard scope;
       pushScope(SCOPE_BLOCK);
-      try {
-        result.setNull();
-        evaluateList(ctx, result, node->left);
-      } catch (...) {
-        popScopesTo(depth);
-        throw;
-      }
-      popScopesTo(depth);
+      result.setNull();
+      evaluateList(ctx, result, node->left);
       return;
     }
     case OP_IF: {
@@ -749,35 +734,16 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
     return;
   }
   FunctionDef *def = fd->def;
-  retainVariant(fd);
-  size_t depth = scopeDepth();
+  CallFrame frame(fd);
+  ScopeGuard scopes;
   SymMan *scope = pushScope(SCOPE_FUNCTION);
   scope->statics = fd->statics;
-  runningFunctions.push_back(fd);
-  try {
-    for (size_t i = 0; i < def->params.size(); i++)
-      declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
-    Value body;
-    evaluate(ctx, body, def->body);
-    if (ctx.jump == JUMP_RETURN) {
-      result = std::move(ctx.returned);
-      ctx.clearJump();
-    } else if (ctx.jump != JUMP_NONE) {
-      int jl = ctx.jumpLine;
-      ctx.clearJump();
-      badBreak(jl);
-    } else {
-      result.setNull();
-    }
-  } catch (...) {
-    runningFunctions.pop_back();
-    popScopesTo(depth);
-    releaseVariant(fd);
-    throw;
-  }
-  runningFunctions.pop_back();
-  popScopesTo(depth);
-  releaseVariant(fd);
+  for (size_t i = 0; i < def->params.size(); i++)
+    declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+  Value body;
+  evaluate(ctx, body, def->body);
+  result.setNull();
+  settleJump(ctx, result);
 }
 
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
@@ -813,16 +779,28 @@ void markRoots(MarkStack &stack) {
     for (Symbol *s : scope->symbols)
       if (s->value.object) stack.push_back(s->value.object);
   forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
-  for (auto &entry : nestedFunctions) pushFunctionStatics(entry.second, stack);
+  for (auto &entry : current->nestedFunctions) pushFunctionStatics(entry.second, stack);
 }
 
 }  // namespace
 
-void initEvaluator() { setRootMarker(markRoots); }
-
-void shutdownEvaluator() {
-  for (auto &entry : nestedFunctions) releaseFunc(entry.second);
-  nestedFunctions.clear();
+EvaluatorState::EvaluatorState() {
+  if (current) {
+    std::fputs("Internal error in EvaluatorState: a second state\n", stderr);
+    std::abort();
+  }
+  current = this;
+  setRootMarker(markRoots);
+  setFinalizer(runFinalizer);
 }
+
+EvaluatorState::~EvaluatorState() {
+  setRootMarker(nullptr);
+  setFinalizer(nullptr);
+  for (auto &entry : nestedFunctions) releaseFunc(entry.second);
+  current = nullptr;
+}
+
+EvaluatorState &evaluatorState() { return *current; }
 
 }  // namespace marl

@@ -6,10 +6,13 @@
 #include <string>
 #include <string_view>
 
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
 #include "io/serial.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
   using namespace marl;
   try {
     Value v = deserializeValue(std::string_view(reinterpret_cast<const char *>(data), size));

@@ -5,7 +5,8 @@
 #include <new>
 #include <string>
 
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
 #include "fuzz_input.hpp"
 #include "runtime/mstring.hpp"
 
@@ -16,6 +17,8 @@ constexpr const char *kWords[] = {"sjis", "euc", "utf8", "utf16", "base64", "b64
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
   using namespace marl;
   fuzz::Input in(data, size);
   uint8_t choice = in.byte();

@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "builtins/registry.hpp"
-#include "driver/process.hpp"
-#include "driver/runner.hpp"
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "eval/run.hpp"
+#include "frontend/parse_error.hpp"
+#include "io/process.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -54,23 +56,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     return true;
   }();
   (void)ready;
-  pushGlobalScope();
-  initEvaluator();
+  // A fresh interpreter per input; its destruction is the whole teardown.
+  Interpreter state;
   registerSafeBuiltins();
   setStepBudget(kSteps);
   fuzz::setMemoryBudget(kMemory);
   run_script_string(std::string_view(reinterpret_cast<const char *>(data), size));
   fuzz::setMemoryBudget(0);
   setStepBudget(0);
-  setStrictMode(false);
-  // The interpreter's own teardown, so that every run starts afresh.
-  flushStandardStreams();
-  finalCleanup();
-  popScopesTo(0);
-  clearFunctions();
-  shutdownEvaluator();
-  releaseAllObjects();
-  freeAllNodes();
   reset_parse_error_count();
   return 0;
 }

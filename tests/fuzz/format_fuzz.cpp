@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
 #include "fuzz_input.hpp"
 #include "runtime/format.hpp"
 #include "runtime/marray.hpp"
@@ -45,6 +46,8 @@ marl::Value argument(uint8_t kind, std::string_view text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
   using namespace marl;
   fuzz::Input in(data, size);
   std::string_view format = in.part();

@@ -5,13 +5,16 @@
 #include <new>
 #include <string>
 
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
 #include "fuzz_input.hpp"
 #include "io/pack.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
   using namespace marl;
   fuzz::Input in(data, size);
   std::string_view text = in.part();

@@ -6,20 +6,21 @@
 #include <new>
 #include <string>
 
-#include "eval/error.hpp"
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
 #include "frontend/symbols.hpp"
 #include "fuzz_input.hpp"
 #include "runtime/mstring.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
   using namespace marl;
   fuzz::Input in(data, size);
   uint8_t flags = in.byte();
   std::string_view pattern = in.part();
   Value replacement = makeString(in.part());
   Value subject = makeString(in.rest());
-  // Matches set the global match variables: they need a global scope.
-  pushGlobalScope();
   std::string flagText;
   if (flags & 1) flagText += 'i';
   if (flags & 2) flagText += 'm';
@@ -37,6 +38,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::call(regexpBuiltins(), "tr", {subject, makeString(pattern), replacement});
   } catch (const ScriptError &) {
   }
-  popScopesTo(0);
   return 0;
 }

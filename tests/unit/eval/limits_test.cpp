@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/names.hpp"
@@ -12,18 +12,16 @@
 #include "frontend/parse.hpp"
 #include "frontend/symbols.hpp"
 #include "runtime/stack_guard.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
 
 class EvalLimitsTest : public ::testing::Test {
  protected:
-  void SetUp() override { pushGlobalScope(); }
   void TearDown() override {
     setStepBudget(0);
-    popScopesTo(0);
-    clearFunctions();
-    freeAllNodes();
+    test::freshInterpreter();
   }
 
   // The error the text raises, or "" when it runs to the end.

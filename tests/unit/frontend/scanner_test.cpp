@@ -11,6 +11,7 @@
 #include "frontend/scanner.hpp"
 #include "frontend/tokens.hpp"
 #include "io/stream.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -74,7 +75,7 @@ Node *leaf(std::string_view text) {
 
 class ScannerTest : public ::testing::Test {
  protected:
-  void TearDown() override { freeAllNodes(); }
+  void TearDown() override { test::freshInterpreter(); }
 };
 
 TEST_F(ScannerTest, RadixLiteralsWrapToSigned32Bits) {
