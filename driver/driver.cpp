@@ -13,6 +13,7 @@
 #include "driver/input_queue.hpp"
 #include "driver/process.hpp"
 #include "driver/runner.hpp"
+#include "driver/signals.hpp"
 #include "eval/error.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
@@ -20,13 +21,15 @@
 #include "frontend/symbols.hpp"
 #include "io/file.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/interrupt.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
 
 namespace marl {
 
-void run_console();
+// Returns 0, or 128 + the signal that ended the session.
+int run_console();
 
 namespace {
 
@@ -96,6 +99,37 @@ void teardown() {
   freeAllNodes();
 }
 
+// The startup scripts and the script or -e text; the exit status.
+int runScripts(const std::string &openDir) {
+  try {
+    open_next_input();
+  } catch (const ScriptError &e) {
+    flushStandardStreams();
+    std::fprintf(stderr, "%s\n", e.what());
+  } catch (const MExit &) {
+  }
+
+  runStartupScripts();
+
+  Value result;
+  bool ran = false;
+  if (!state.script.empty()) {
+    ran = true;
+    if (state.oneLine) {
+      result = run_script_string(state.script);
+    } else {
+      result = state.preprocess ? run_preprocessed_file(state.script, openDir)
+                                : run_script_file(state.script, openDir);
+      int kind = mainKind();
+      if (kind == 1)
+        result = run_script_string("exit(main(__arg));");
+      else if (kind == 0)
+        result = run_script_string("exit(main());");
+    }
+  }
+  return ran ? exitStatus(result) : 0;
+}
+
 struct ThreadArgs {
   int argc;
   char **argv;
@@ -131,43 +165,29 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
     }
   }
 
+  installSignalHandlers();
   pushGlobalScope();
   initEvaluator();
   defineGlobals(envp);
   registerAllBuiltins();
 
   state.nextInput = 0;
+  int status = 0;
+  // A signal unwinds to here; teardown then flushes and closes every file,
+  // as at a normal end, and leaves in-place backups where they are.
   try {
-    open_next_input();
-  } catch (const ScriptError &e) {
-    flushStandardStreams();
-    std::fprintf(stderr, "%s\n", e.what());
-  } catch (const MExit &) {
-  }
-
-  runStartupScripts();
-
-  Value result;
-  bool ran = false;
-  if (!state.script.empty()) {
-    ran = true;
-    if (state.oneLine) {
-      result = run_script_string(state.script);
-    } else {
-      result = state.preprocess ? run_preprocessed_file(state.script, openDir)
-                                : run_script_file(state.script, openDir);
-      int kind = mainKind();
-      if (kind == 1)
-        result = run_script_string("exit(main(__arg));");
-      else if (kind == 0)
-        result = run_script_string("exit(main());");
+    status = runScripts(openDir);
+    if (state.talkMode && !state.consoleSuppressed) {
+      int ended = run_console();
+      if (ended != 0) status = ended;
     }
+  } catch (const Interrupted &i) {
+    status = 128 + i.signal;
   }
-  int status = ran ? exitStatus(result) : 0;
-  result.setNull();
 
-  if (state.talkMode && !state.consoleSuppressed) run_console();
-
+  // Finalizers run during teardown; a late signal must not cut it short.
+  blockSignalsHere();
+  clearPendingSignal();
   teardown();
   return status;
 }
@@ -185,6 +205,7 @@ int runOnInterpreterThread(int argc, char **argv, char **envp, int noConsole) {
     return runDriver(argc, argv, envp, noConsole);
   }
   pthread_attr_destroy(&attr);
+  blockSignalsHere();
   pthread_join(thread, nullptr);
   return args.status;
 }

@@ -14,6 +14,7 @@
 #include "frontend/parse.hpp"
 #include "frontend/symbols.hpp"
 #include "preprocessor/cpp_main.hpp"
+#include "runtime/interrupt.hpp"
 
 namespace marl {
 
@@ -47,6 +48,9 @@ Value execute(const ParseResult &parsed) {
   } catch (const std::bad_alloc &) {
     printError("error: Out of memory");
     result.setNull();
+  } catch (const Interrupted &) {
+    popScopesTo(depth);
+    throw;
   }
   popScopesTo(depth);
   return result;
