@@ -16,6 +16,7 @@
 #include "driver/signals.hpp"
 #include "eval/error.hpp"
 #include "eval/evaluator.hpp"
+#include "external/dotnet_bridge.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"
@@ -96,6 +97,7 @@ void teardown() {
   clearFunctions();
   shutdownEvaluator();
   releaseAllObjects();
+  shutdownDotNet();  // after every managed object has been released
   freeAllNodes();
 }
 

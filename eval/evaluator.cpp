@@ -6,6 +6,7 @@
 
 #include "eval/access.hpp"
 #include "eval/error.hpp"
+#include "eval/external_access.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
@@ -193,6 +194,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
       call_value(ctx, result, node->line, fn, buf.args(), nullptr);
       return;
     }
+    if (s && callNativeValue(s->value, node->line, buf.args(), result)) return;
     const std::string &name = callee->payload.name->text;
     if (findFunction(callee->payload.name))
       raise_error(node->line, "Function %s() [arg count:%d] not defined", name.c_str(),
@@ -200,13 +202,18 @@ void evalCall(Context &ctx, Value &result, Node *node) {
     raise_error(node->line, "Function %s() not defined", name.c_str());
   }
   if (callee->opcode == OP_MEMBER) {
-    // A function reference kept in a hash member can be called as o.m(...).
-    Value member;
-    s_get(ctx, member, callee);
+    // A function reference kept in a hash member can be called as o.m(...);
+    // on an automation object o.m(...) invokes its method m.
+    Value obj, member;
+    evaluate(ctx, obj, callee->left);
+    const std::string &name = callee->right->payload.name->text;
+    if (invokeAutomationMember(obj, name, node->line, buf.args(), result)) return;
+    readMember(obj, name, node->line, member);
     if (member.is(ObjType::FuncRef)) {
       call_value(ctx, result, node->line, member, buf.args(), nullptr);
       return;
     }
+    if (callNativeValue(member, node->line, buf.args(), result)) return;
   }
   raise_error(node->line, "Bad type operation in operator .");
 }
@@ -236,6 +243,9 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   }
   Value coll;
   evaluate(ctx, coll, c->b);
+  // An automation collection is walked as the array of its elements.
+  Value elements;
+  if (automationElements(coll, node->line, elements)) coll = elements;
   Value body;
   bool continuing;
   if (MArray *a = asArray(coll)) {
