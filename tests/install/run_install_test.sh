@@ -29,7 +29,8 @@ echo "installed prefix: ok"
 
 (cd "$build" && cpack -G DEB -B "$scratch/pkg" >/dev/null)
 deb=$(ls "$scratch"/pkg/*.deb)
-dpkg-deb -f "$deb" Depends | grep -q libonig5
+# Every library the program loads is a declared dependency.
+for lib in libonig libedit libffi; do dpkg-deb -f "$deb" Depends | grep -q "$lib"; done
 dpkg-deb -x "$deb" "$scratch/root"
 run_tour "$scratch/root/usr"
 echo "package $(basename "$deb"): ok"
