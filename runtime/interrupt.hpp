@@ -1,5 +1,10 @@
 // Interrupts: a signal handler only records the signal; the evaluator acts on
 // it between steps, where unwinding is safe.
+//
+// The hook: evaluate() calls checkInterrupt() once per node it evaluates, so
+// loops and calls notice a signal within one step. An evaluator written anew
+// must keep one such call where every loop iteration and every call passes.
+// Interrupted unwinds like exit(): through `try` in scripts, to the runner.
 #pragma once
 #include <atomic>
 
