@@ -15,6 +15,7 @@
 #include "driver/runner.hpp"
 #include "driver/signals.hpp"
 #include "eval/error.hpp"
+#include "graphics/session.hpp"
 #include "eval/evaluator.hpp"
 #include "external/dotnet_bridge.hpp"
 #include "frontend/functions.hpp"
@@ -92,6 +93,8 @@ void runStartupScripts() {
 
 void teardown() {
   flushStandardStreams();
+  // A picture still on the screen stays there until the user closes it.
+  gfx::finishGraphics();
   finalCleanup();
   popScopesTo(0);
   clearFunctions();

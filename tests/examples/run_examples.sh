@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Runs every script in an examples folder and compares its output with
-# tests/examples/NAME.out (standard output and standard error together) and
-# its status with 0. Usage: run_examples.sh MARL EXAMPLES_DIR
+# Runs the example scripts that have an expected output here, NAME.out
+# (standard output and standard error together), and checks their status is 0.
+# The graphics examples open windows and are checked by the graphics tests.
+# Usage: run_examples.sh MARL EXAMPLES_DIR
 # inplace.mr is run with -x over two sample files, which are checked too.
 set -u
 marl=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
@@ -19,8 +20,9 @@ check() {  # name, actual file, status
     diff "$expected/$1.out" "$2" | head -20
   fi
 }
-for script in "$examples"/*.mr; do
-  name=$(basename "$script" .mr)
+for out in "$expected"/*.out; do
+  name=$(basename "$out" .out)
+  script="$examples/$name.mr"
   work="$scratch/$name"
   mkdir -p "$work"
   if [ "$name" = inplace ]; then
