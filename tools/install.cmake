@@ -15,7 +15,8 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION interpreters)
 # The run-time libraries libmarl.so links (see ldd); named, so no dpkg-dev is needed.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6, libstdc++6, libgcc-s1, libonig5, libedit2, libffi8")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "libc6, libstdc++6, libgcc-s1, libonig5, libedit2, libffi8, libgtk-3-0, fonts-dejavu-core")
 if(MARL_HAVE_MONO)
   string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libmonosgen-2.0-1")
 endif()

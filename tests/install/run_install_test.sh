@@ -30,7 +30,7 @@ echo "installed prefix: ok"
 (cd "$build" && cpack -G DEB -B "$scratch/pkg" >/dev/null)
 deb=$(ls "$scratch"/pkg/*.deb)
 # Every library the program loads is a declared dependency.
-for lib in libonig libedit libffi; do dpkg-deb -f "$deb" Depends | grep -q "$lib"; done
+for lib in libonig libedit libffi libgtk-3; do dpkg-deb -f "$deb" Depends | grep -q "$lib"; done
 dpkg-deb -x "$deb" "$scratch/root"
 run_tour "$scratch/root/usr"
 echo "package $(basename "$deb"): ok"
