@@ -17,6 +17,7 @@
 #include "io/process.hpp"
 #include "driver/interpreter.hpp"
 #include "driver/runner.hpp"
+#include "driver/signals.hpp"
 #include "eval/run.hpp"
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
@@ -25,6 +26,7 @@
 #include "frontend/symbols.hpp"
 #include "io/file.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/interrupt.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
@@ -32,7 +34,8 @@
 
 namespace marl {
 
-void run_console();
+// Returns 0, or 128 + the signal that ended the session.
+int run_console();
 
 namespace {
 
@@ -101,6 +104,37 @@ void runStartupScripts() {
   }
 }
 
+// The startup scripts and the script or -e text; the exit status.
+int runScripts(const DriverState &state, const std::string &openDir) {
+  try {
+    open_next_input();
+  } catch (const ScriptError &e) {
+    flushStandardStreams();
+    std::fprintf(stderr, "%s\n", e.what());
+  } catch (const MExit &) {
+  }
+
+  runStartupScripts();
+
+  Value result;
+  bool ran = false;
+  if (!state.script.empty()) {
+    ran = true;
+    if (state.oneLine) {
+      result = run_script_string(state.script);
+    } else {
+      result = state.preprocess ? run_preprocessed_file(state.script, openDir)
+                                : run_script_file(state.script, openDir);
+      int kind = mainKind();
+      if (kind == 1)
+        result = run_script_string("exit(main(__arg));");
+      else if (kind == 0)
+        result = run_script_string("exit(main());");
+    }
+  }
+  return ran ? exitStatus(result) : 0;
+}
+
 struct ThreadArgs {
   int argc;
   char **argv;
@@ -140,42 +174,29 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
   }
 
   if (!knownFilterEncodings(state)) return 1;
+  installSignalHandlers();
   defineGlobals(envp);
   registerAllBuiltins();
 
   interpreter.input.files = state.inputFiles;
   interpreter.input.inPlace = state.inPlace;
+  int status = 0;
+  // A signal unwinds to here; the state's teardown then flushes and closes
+  // every file, as at a normal end, and leaves in-place backups where they are.
   try {
-    open_next_input();
-  } catch (const ScriptError &e) {
-    flushStandardStreams();
-    std::fprintf(stderr, "%s\n", e.what());
-  } catch (const MExit &) {
-  }
-
-  runStartupScripts();
-
-  Value result;
-  bool ran = false;
-  if (!state.script.empty()) {
-    ran = true;
-    if (state.oneLine) {
-      result = run_script_string(state.script);
-    } else {
-      result = state.preprocess ? run_preprocessed_file(state.script, openDir)
-                                : run_script_file(state.script, openDir);
-      int kind = mainKind();
-      if (kind == 1)
-        result = run_script_string("exit(main(__arg));");
-      else if (kind == 0)
-        result = run_script_string("exit(main());");
+    status = runScripts(state, openDir);
+    if (state.talkMode && !state.consoleSuppressed) {
+      int ended = run_console();
+      if (ended != 0) status = ended;
     }
+  } catch (const Interrupted &i) {
+    status = 128 + i.signal;
   }
-  int status = ran ? exitStatus(result) : 0;
-  result.setNull();
 
-  if (state.talkMode && !state.consoleSuppressed) run_console();
-
+  // Finalizers run during teardown (the state's destruction); a late signal
+  // must not cut it short.
+  blockSignalsHere();
+  clearPendingSignal();
   return status;
 }
 
@@ -199,6 +220,8 @@ int runOnInterpreterThread(int argc, char **argv, char **envp, int noConsole) {
     int failed = pthread_create(&thread, &attr, threadMain, &args);
     pthread_attr_destroy(&attr);
     if (failed == 0) {
+      // Signals go to the interpreter thread, which stops at a safe point.
+      blockSignalsHere();
       pthread_join(thread, nullptr);
       return args.status;
     }

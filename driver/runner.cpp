@@ -14,6 +14,7 @@
 #include "frontend/parse_error.hpp"
 #include "io/process.hpp"
 #include "preprocessor/cpp_main.hpp"
+#include "runtime/interrupt.hpp"
 
 namespace marl {
 

@@ -15,6 +15,7 @@
 #include "eval/regex_ops.hpp"
 #include "frontend/symbols.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/interrupt.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
@@ -457,6 +458,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
   if (stackNearlyFull()) [[unlikely]]
     recursionTooDeep(node->line);
   maybeCollect();
+  checkInterrupt();  // the one place a signal stops a running script
   switch (node->opcode) {
     case OP_NAME: s_get(ctx, result, node); return;
     case OP_NUMBER: result.setNumber(node->number); return;

@@ -32,7 +32,10 @@ std::unique_ptr<EucFile> EucFile::fromPath(const std::string &path) {
     if (std::memchr(raw.data() + before, 0, n) || n < kChunk) break;
   }
   if (in.error()) return nullptr;
-  return fromText(raw);
+  // A UTF-8 byte-order mark that an editor put first is no part of the script.
+  std::string_view body(raw);
+  if (body.starts_with("\xEF\xBB\xBF")) body.remove_prefix(3);
+  return fromText(body);
 }
 
 std::unique_ptr<EucFile> EucFile::fromText(std::string_view text) {
