@@ -316,13 +316,31 @@ void evalTry(Context &ctx, Value &result, Node *node) {
   }
 }
 
+// True when the variable is the only holder of its string: the one lock of
+// the symbol plus the one of `current`, the copy read before the right side.
+inline bool appendableString(const Symbol *sym, const Value &current) {
+  const MRef *o = current.object;
+  return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 &&
+         o->refs == 0;
+}
+
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
+  // The previous statement's value may still hold the string `s += t` grows.
+  result.setNull();
   Place place;
   resolvePlace(ctx, node->left, place);
   Value current;
   readPlace(place, current);
   Value rhs;
   evaluate(ctx, rhs, node->right);
+  if (op == OP_ADD && place.kind == Place::Variable && !asArray(rhs) &&
+      appendableString(place.symbol, current)) {
+    // Nobody else can see the string, so growing it is the same as replacing it.
+    current.setNull();
+    appendText(static_cast<MString *>(place.symbol->value.object)->text, rhs);
+    result = place.symbol->value;
+    return;
+  }
   switch (op) {
     case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV: case OP_POW:
       result = arith(node->line, op, current, rhs);
