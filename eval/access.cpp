@@ -30,14 +30,14 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
   raise_error(line, "Symbol %s not declared", (name->var ? name->var : name)->text.c_str());
 }
 
-Symbol *assignableSymbol(Name *name, int line) {
+}  // namespace
+
+Symbol *variableForAssignment(Name *name, int line) {
   Symbol *s = lookupVariable(name);
   if (s) return s;
   if (strictMode()) notDeclared(line, name);
   return declare(innermostScope(), name);
 }
-
-}  // namespace
 
 Symbol *declareHere(Name *name, int line, bool strictCheck) {
   SymMan *scope = innermostScope();
@@ -102,7 +102,7 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
   switch (node->opcode) {
     case OP_NAME:
       place.kind = Place::Variable;
-      place.symbol = assignableSymbol(node->payload.name, node->line);
+      place.symbol = variableForAssignment(node->payload.name, node->line);
       return;
     case OP_INDEX: {
       Value index;
@@ -183,7 +183,7 @@ void writePlace(Place &place, const Value &value) {
 
 void s_set(Context &ctx, Node *node, const Value &value) {
   if (node->opcode == OP_NAME) {
-    assignableSymbol(node->payload.name, node->line)->value = value;
+    variableForAssignment(node->payload.name, node->line)->value = value;
     return;
   }
   if (node->opcode == OP_ARRAY) {

@@ -27,6 +27,9 @@ void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
+// The variable an assignment to `name` stores into: found by the scope walk,
+// or declared in the innermost scope (an error in strict mode).
+Symbol *variableForAssignment(Name *name, int line);
 // Declares `name` in the innermost scope (or reuses it there).
 Symbol *declareHere(Name *name, int line, bool strictCheck);
 

@@ -327,6 +327,23 @@ inline bool appendableString(const Symbol *sym, const Value &current) {
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
+  if (node->left->opcode == OP_NAME && op <= OP_POW) {
+    Symbol *sym = variableForAssignment(node->left->payload.name, node->left->line);
+    if (sym->value.isNumeric()) {
+      double x = sym->value.number;
+      Value rhs;
+      evaluate(ctx, rhs, node->right);
+      if (rhs.isNumeric()) {
+        result.setNumber(numericOp(node->line, op, x, rhs.number));
+        sym->value = result;
+        return;
+      }
+      Value current = Value::num(x);
+      result = arith(node->line, op, current, rhs);
+      sym->value = result;
+      return;
+    }
+  }
   Place place;
   resolvePlace(ctx, node->left, place);
   Value current;
@@ -355,6 +372,18 @@ void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) 
   Node *t = node->left;
   if (t->opcode != OP_NAME && t->opcode != OP_INDEX && t->opcode != OP_MEMBER)
     raise_error(node->line, "Bad type operation in operator %s", delta > 0 ? "++" : "--");
+  if (t->opcode == OP_NAME) {
+    Symbol *sym = variableForAssignment(t->payload.name, t->line);
+    if (sym->value.isNumeric()) {
+      Value current = sym->value;
+      sym->value.setNumber(current.number + delta);
+      if (prefix)
+        result = sym->value;
+      else
+        result = current;
+      return;
+    }
+  }
   Place place;
   resolvePlace(ctx, t, place);
   Value current;
@@ -372,6 +401,18 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
     case OP_CHAIN_GE: return compareOrder(line, OP_GE, a, b);
     case OP_CHAIN_LT: return compareOrder(line, OP_LT, a, b);
     default: return compareOrder(line, OP_LE, a, b);
+  }
+}
+
+// Two numbers: NaN compares false in every order, like the general path.
+inline bool numericCompare(int op, double x, double y) {
+  switch (op) {
+    case OP_EQ: return x == y;
+    case OP_NE: return x != y;
+    case OP_GT: return x > y;
+    case OP_GE: return x >= y;
+    case OP_LT: return x < y;
+    default: return x <= y;
   }
 }
 
@@ -473,14 +514,20 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       Value a, b;
       evaluate(ctx, a, node->left);
       evaluate(ctx, b, node->right);
-      result = arith(node->line, node->opcode, a, b);
+      if (a.isNumeric() && b.isNumeric())
+        result.setNumber(numericOp(node->line, node->opcode, a.number, b.number));
+      else
+        result = arith(node->line, node->opcode, a, b);
       return;
     }
     case OP_EQ: case OP_NE: case OP_GT: case OP_GE: case OP_LT: case OP_LE: {
       Value a, b;
       evaluate(ctx, a, node->left);
       evaluate(ctx, b, node->right);
-      result.setBool(plainCompare(node->opcode, node->line, a, b));
+      if (a.isNumeric() && b.isNumeric())
+        result.setBool(numericCompare(node->opcode, a.number, b.number));
+      else
+        result.setBool(plainCompare(node->opcode, node->line, a, b));
       return;
     }
     case OP_SEQ: case OP_SNE: {
