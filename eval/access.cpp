@@ -32,10 +32,11 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
 
 }  // namespace
 
-Symbol *variableForAssignment(Name *name, int line) {
-  Symbol *s = lookupVariable(name);
+Symbol *variableForAssignment(Node *nameNode) {
+  Symbol *s = variableAt(nameNode);
   if (s) return s;
-  if (strictMode()) notDeclared(line, name);
+  Name *name = nameNode->payload.name;
+  if (strictMode()) notDeclared(nameNode->line, name);
   return declare(innermostScope(), name);
 }
 
@@ -53,7 +54,7 @@ Symbol *declareHere(Name *name, int line, bool strictCheck) {
 void s_get(Context &ctx, Value &result, Node *node) {
   switch (node->opcode) {
     case OP_NAME: {
-      Symbol *s = lookupVariable(node->payload.name);
+      Symbol *s = variableAt(node);
       if (!s) notDeclared(node->line, node->payload.name);
       result = s->value;
       return;
@@ -102,7 +103,7 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
   switch (node->opcode) {
     case OP_NAME:
       place.kind = Place::Variable;
-      place.symbol = variableForAssignment(node->payload.name, node->line);
+      place.symbol = variableForAssignment(node);
       return;
     case OP_INDEX: {
       Value index;
@@ -183,7 +184,7 @@ void writePlace(Place &place, const Value &value) {
 
 void s_set(Context &ctx, Node *node, const Value &value) {
   if (node->opcode == OP_NAME) {
-    variableForAssignment(node->payload.name, node->line)->value = value;
+    variableForAssignment(node)->value = value;
     return;
   }
   if (node->opcode == OP_ARRAY) {

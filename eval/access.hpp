@@ -27,9 +27,22 @@ void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
-// The variable an assignment to `name` stores into: found by the scope walk,
-// or declared in the innermost scope (an error in strict mode).
-Symbol *variableForAssignment(Name *name, int line);
+// The variable a name node denotes (null when not declared), through the
+// node's cache while no scope has changed.
+inline Symbol *variableAt(Node *nameNode) {
+  Name *name = nameNode->payload.name;
+  if (name->var) name = name->var;
+  if (nameNode->symbolEpoch == scopeEpoch() && nameNode->cachedBindings == name->bindings)
+    return nameNode->cachedSymbol;
+  Symbol *s = lookupVariable(name);
+  nameNode->cachedSymbol = s;
+  nameNode->symbolEpoch = scopeEpoch();
+  nameNode->cachedBindings = name->bindings;
+  return s;
+}
+// The variable an assignment to a name node stores into: found by the scope
+// walk, or declared in the innermost scope (an error in strict mode).
+Symbol *variableForAssignment(Node *nameNode);
 // Declares `name` in the innermost scope (or reuses it there).
 Symbol *declareHere(Name *name, int line, bool strictCheck);
 

@@ -137,10 +137,12 @@ void evalExtern(Node *node) {
       raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
     if (scope->kind == SCOPE_GLOBAL) raise_error(d->line, "Variable cannot extern from global scope");
     Symbol *s = scope->findHere(vn);
-    if (s)
+    if (s) {
       s->refersToGlobal = true;
-    else
+      vn->bindings++;
+    } else {
       declare(scope, vn, true);
+    }
   }
 }
 
@@ -158,6 +160,7 @@ SymMan *functionStatics(int) {
     for (size_t i = stack.size(); i-- > 0;) {
       if (stack[i]->kind == SCOPE_FUNCTION) {
         stack[i]->statics = fd->statics;
+        scopesChanged();
         break;
       }
     }
@@ -328,7 +331,7 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
   if (node->left->opcode == OP_NAME && op <= OP_POW) {
-    Symbol *sym = variableForAssignment(node->left->payload.name, node->left->line);
+    Symbol *sym = variableForAssignment(node->left);
     if (sym->value.isNumeric()) {
       double x = sym->value.number;
       Value rhs;
@@ -373,7 +376,7 @@ void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) 
   if (t->opcode != OP_NAME && t->opcode != OP_INDEX && t->opcode != OP_MEMBER)
     raise_error(node->line, "Bad type operation in operator %s", delta > 0 ? "++" : "--");
   if (t->opcode == OP_NAME) {
-    Symbol *sym = variableForAssignment(t->payload.name, t->line);
+    Symbol *sym = variableForAssignment(t);
     if (sym->value.isNumeric()) {
       Value current = sym->value;
       sym->value.setNumber(current.number + delta);

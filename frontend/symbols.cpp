@@ -3,6 +3,8 @@
 
 namespace marl {
 
+uint64_t scopeEpochCounter = 1;
+
 namespace {
 
 std::vector<SymMan *> stack;
@@ -32,6 +34,7 @@ void SymMan::clear() {
   for (Symbol *s : symbols) {
     if (kind == SCOPE_GLOBAL && s->name->global == s) s->name->global = nullptr;
     s->value.setNull();
+    s->name->bindings++;
     // After teardown has emptied the stack, nothing is pooled any more.
     if (!stack.empty() && freeSymbols.size() < 4096)
       freeSymbols.push_back(s);
@@ -45,6 +48,7 @@ void pushGlobalScope() {
   SymMan *g = new SymMan();
   g->kind = SCOPE_GLOBAL;
   stack.push_back(g);
+  scopesChanged();
 }
 
 SymMan *pushScope(int kind) {
@@ -58,6 +62,7 @@ SymMan *pushScope(int kind) {
   s->kind = kind;
   s->statics = nullptr;
   stack.push_back(s);
+  if (kind != SCOPE_BLOCK) scopesChanged();
   return s;
 }
 
@@ -65,6 +70,7 @@ void popScopesTo(size_t depth) {
   while (stack.size() > depth) {
     SymMan *s = stack.back();
     stack.pop_back();
+    if (s->kind != SCOPE_BLOCK) scopesChanged();
     s->clear();
     if (s->kind == SCOPE_GLOBAL) {
       delete s;
@@ -89,6 +95,7 @@ const std::vector<SymMan *> &scopeStack() { return stack; }
 
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal) {
   name = varName(name);
+  name->bindings++;
   Symbol *s = newSymbol(name, refersToGlobal);
   scope->symbols.push_back(s);
   if (scope->kind == SCOPE_GLOBAL && !name->global) name->global = s;
