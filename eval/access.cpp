@@ -30,6 +30,70 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
   raise_error(line, "Symbol %s not declared", (name->var ? name->var : name)->text.c_str());
 }
 
+// The container a name node holds, read in place: only when the index is a
+// leaf, since a general index expression could reassign the name first.
+const Value *containerInPlace(Node *node) {
+  if (node->left->opcode != OP_NAME) return nullptr;
+  int op = node->right->opcode;
+  if (op != OP_NUMBER && op != OP_NAME && op != OP_STRING) return nullptr;
+  Symbol *s = variableAt(node->left);
+  return s && s->value.object ? &s->value : nullptr;
+}
+
+// A string literal, or a name holding a string: the key text in place.
+const std::string *leafKey(Node *n) {
+  if (n->opcode == OP_STRING) return &n->payload.str->bytes;
+  if (n->opcode != OP_NAME) return nullptr;
+  Symbol *s = variableAt(n);
+  MString *k = s ? asString(s->value) : nullptr;
+  return k ? &k->text : nullptr;
+}
+
+// a[i] and h[k] on a named container with a leaf index, without a place or a
+// copy of the key. False when the general path must decide (and report).
+bool readElementFast(Node *node, Value &result) {
+  const Value *container = containerInPlace(node);
+  if (!container) return false;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(node->right, d)) return false;
+    const HeldValue *h = a->at(truncIndex(d));
+    if (!h) return false;
+    result = h->get();
+    return true;
+  }
+  if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(node->right);
+    if (!key) return false;
+    const HeldValue *e = h->find(*key);
+    if (e)
+      result = e->get();
+    else
+      result.setNull();
+    return true;
+  }
+  return false;
+}
+
+bool writeElementFast(Node *node, const Value &value) {
+  const Value *container = containerInPlace(node);
+  if (!container) return false;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(node->right, d)) return false;
+    long long i = truncIndex(d);
+    if (!a->set(i, value)) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
+    return true;
+  }
+  if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(node->right);
+    if (!key) return false;
+    h->set(*key, value);
+    return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 Symbol *variableForAssignment(Node *nameNode) {
@@ -60,6 +124,7 @@ void s_get(Context &ctx, Value &result, Node *node) {
       return;
     }
     case OP_INDEX: {
+      if (readElementFast(node, result)) return;
       Value container, index;
       evaluate(ctx, container, node->left);
       evaluate(ctx, index, node->right);
@@ -201,6 +266,7 @@ void s_set(Context &ctx, Node *node, const Value &value) {
     }
     return;
   }
+  if (node->opcode == OP_INDEX && writeElementFast(node, value)) return;
   Place place;
   resolvePlace(ctx, node, place);
   writePlace(place, value);

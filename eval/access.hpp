@@ -40,6 +40,23 @@ inline Symbol *variableAt(Node *nameNode) {
   nameNode->cachedBindings = name->bindings;
   return s;
 }
+// A number literal, or a name holding a number (not a boolean): its value
+// without evaluating a node. Reading either has no side effect, so a caller
+// may fall back to the general path after a false answer.
+inline bool numberLeaf(Node *n, double &out) {
+  if (n->opcode == OP_NUMBER) {
+    out = n->number;
+    return true;
+  }
+  if (n->opcode == OP_NAME) {
+    Symbol *s = variableAt(n);
+    if (s && s->value.isNumber()) {
+      out = s->value.number;
+      return true;
+    }
+  }
+  return false;
+}
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *variableForAssignment(Node *nameNode);

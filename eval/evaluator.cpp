@@ -514,23 +514,49 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_MEMBER: s_get(ctx, result, node); return;
     case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV:
     case OP_POW: {
+      // Leaves are read without a call; a leaf's number is taken before
+      // the right side runs, as evaluating it into a value would.
+      double x, y;
       Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
-      if (a.isNumeric() && b.isNumeric())
-        result.setNumber(numericOp(node->line, node->opcode, a.number, b.number));
-      else
-        result = arith(node->line, node->opcode, a, b);
+      bool leftLeaf = numberLeaf(node->left, x);
+      if (!leftLeaf) {
+        evaluate(ctx, a, node->left);
+        x = a.number;
+      }
+      bool rightLeaf = numberLeaf(node->right, y);
+      if (!rightLeaf) {
+        evaluate(ctx, b, node->right);
+        y = b.number;
+      }
+      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+        result.setNumber(numericOp(node->line, node->opcode, x, y));
+        return;
+      }
+      if (leftLeaf) a = Value::num(x);
+      if (rightLeaf) b = Value::num(y);
+      result = arith(node->line, node->opcode, a, b);
       return;
     }
     case OP_EQ: case OP_NE: case OP_GT: case OP_GE: case OP_LT: case OP_LE: {
+      double x, y;
       Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
-      if (a.isNumeric() && b.isNumeric())
-        result.setBool(numericCompare(node->opcode, a.number, b.number));
-      else
-        result.setBool(plainCompare(node->opcode, node->line, a, b));
+      bool leftLeaf = numberLeaf(node->left, x);
+      if (!leftLeaf) {
+        evaluate(ctx, a, node->left);
+        x = a.number;
+      }
+      bool rightLeaf = numberLeaf(node->right, y);
+      if (!rightLeaf) {
+        evaluate(ctx, b, node->right);
+        y = b.number;
+      }
+      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+        result.setBool(numericCompare(node->opcode, x, y));
+        return;
+      }
+      if (leftLeaf) a = Value::num(x);
+      if (rightLeaf) b = Value::num(y);
+      result.setBool(plainCompare(node->opcode, node->line, a, b));
       return;
     }
     case OP_SEQ: case OP_SNE: {
