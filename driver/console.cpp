@@ -10,8 +10,9 @@
 #include <editline/readline.h>
 
 #include "driver/driver.hpp"
-#include "driver/process.hpp"
+#include "io/process.hpp"
 #include "driver/runner.hpp"
+#include "eval/run.hpp"
 #include "runtime/conversions.hpp"
 
 namespace marl {

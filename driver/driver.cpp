@@ -10,10 +10,12 @@
 #include <cstring>
 
 #include "builtins/registry.hpp"
-#include "driver/input_queue.hpp"
-#include "driver/process.hpp"
+#include "builtins/input_queue.hpp"
+#include "io/process.hpp"
 #include "driver/runner.hpp"
-#include "eval/error.hpp"
+#include "eval/run.hpp"
+#include "runtime/error.hpp"
+#include "eval/cleanup.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -136,7 +138,7 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
   defineGlobals(envp);
   registerAllBuiltins();
 
-  state.nextInput = 0;
+  inputQueue() = InputQueue{state.inputFiles, 0, state.inPlace};
   try {
     open_next_input();
   } catch (const ScriptError &e) {

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"

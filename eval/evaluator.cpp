@@ -5,7 +5,8 @@
 #include <unordered_map>
 
 #include "eval/access.hpp"
-#include "eval/error.hpp"
+#include "eval/cleanup.hpp"
+#include "runtime/error.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
@@ -876,7 +877,10 @@ void markRoots(MarkStack &stack) {
 
 }  // namespace
 
-void initEvaluator() { setRootMarker(markRoots); }
+void initEvaluator() {
+  setRootMarker(markRoots);
+  setFinalizer(runFinalizer);
+}
 
 void shutdownEvaluator() {
   for (auto &entry : nestedFunctions) releaseFunc(entry.second);

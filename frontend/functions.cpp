@@ -1,7 +1,7 @@
 // The function table and overload choice.
 #include "frontend/functions.hpp"
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "frontend/symbols.hpp"
 
 namespace marl {

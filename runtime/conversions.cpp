@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/format.hpp"
 #include "runtime/mstring.hpp"

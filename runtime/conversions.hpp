@@ -39,8 +39,4 @@ Value toNumberOrNull(const Value &v);
 const std::string &numberFormat();
 std::string setNumberFormat(std::string fmt);  // returns the previous one
 
-// Shift_JIS byte classes of the internal encoding.
-inline bool isLeadByte(unsigned char c) { return (c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC); }
-inline bool isTrailByte(unsigned char c) { return (c >= 0x40 && c <= 0x7E) || (c >= 0x80 && c <= 0xFC); }
-
 }  // namespace marl

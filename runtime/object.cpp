@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
@@ -17,7 +17,6 @@ namespace {
 
 RootMarker rootMarker = nullptr;
 Finalizer finalizer = nullptr;
-bool finalCleanupDone = false;
 
 void unlink(MRef *o) {
   o->prev->next = o->next;
@@ -48,12 +47,6 @@ void markPhase() {
       markFrom(stack);
     }
   }
-}
-
-void finalize(MHandle *h) {
-  if (h->finalized) return;
-  h->finalized = true;
-  if (finalizer) finalizer(h);
 }
 
 }  // namespace
@@ -97,6 +90,12 @@ void destroyObject(MRef *o) {
 void setRootMarker(RootMarker m) { rootMarker = m; }
 void setFinalizer(Finalizer f) { finalizer = f; }
 
+void finalizeHandle(MHandle *h) {
+  if (h->finalized) return;
+  h->finalized = true;
+  if (finalizer) finalizer(h);
+}
+
 void collect(bool runFinalizers) {
   if (objman.collecting) return;
   objman.collecting = true;
@@ -109,7 +108,7 @@ void collect(bool runFinalizers) {
         if (o->type == ObjType::Handle && !o->marked && !static_cast<MHandle *>(o)->finalized)
           due.push_back(static_cast<MHandle *>(o));
       }
-      for (MHandle *h : due) finalize(h);
+      for (MHandle *h : due) finalizeHandle(h);
       if (!due.empty()) markPhase();
     }
   } catch (...) {
@@ -140,27 +139,6 @@ void collectAndAdjust() {
     objman.threshold = 2 * c;
   else
     objman.threshold = c + 100000;
-}
-
-void finalCleanup() {
-  if (finalCleanupDone) return;
-  finalCleanupDone = true;
-  std::vector<MHandle *> handles;
-  for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next) {
-    MRef *o = static_cast<MRef *>(l);
-    if (o->type == ObjType::Handle && !static_cast<MHandle *>(o)->finalized)
-      handles.push_back(static_cast<MHandle *>(o));
-  }
-  for (MHandle *h : handles) {
-    try {
-      finalize(h);
-    } catch (const ScriptError &e) {
-      std::fprintf(stderr, "%s [in final cleanup]\n", e.what());
-    } catch (const MExit &e) {
-      std::fprintf(stderr, "error [line:%d]: Cannot exit in final cleanup [in final cleanup]\n",
-                   e.line);
-    }
-  }
 }
 
 void releaseAllObjects() {

@@ -84,10 +84,13 @@ inline bool Value::is(ObjType t) const { return object && object->type == t; }
 using RootMarker = void (*)(MarkStack &);
 void setRootMarker(RootMarker m);
 
-// Runs a finalizer; installed by the evaluator (it calls script functions).
+// Runs a handle's finalizer function; installed by the evaluator, which is
+// what can call script functions.
 class MHandle;
 using Finalizer = void (*)(MHandle *);
 void setFinalizer(Finalizer f);
+// Finalizes a handle at most once: sets its flag, then runs the finalizer.
+void finalizeHandle(MHandle *h);
 
 void collect(bool runFinalizers);
 // An automatic collection, then the next threshold from the live count.
@@ -95,8 +98,6 @@ void collectAndAdjust();
 inline void maybeCollect() {
   if (objman.count >= objman.threshold && !objman.collecting) collectAndAdjust();
 }
-// Finalizes every handle not yet finalized; errors are printed and skipped.
-void finalCleanup();
 // Destroys every remaining object (the last step of teardown).
 void releaseAllObjects();
 
@@ -104,7 +105,7 @@ void releaseAllObjects();
 bool truth(const Value &v);
 
 // An object with a finalizer: no built-in creates one, but the collector and
-// the final cleanup honour it.
+// the final cleanup honour it (see eval/cleanup.hpp).
 class MHandle : public MRef {
  public:
   bool finalized = false;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "eval/error.hpp"
+#include "frontend/parse_error.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/parse.hpp"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <unistd.h>
 
-#include "eval/error.hpp"
+#include "frontend/parse_error.hpp"
 #include "frontend/dump.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/names.hpp"

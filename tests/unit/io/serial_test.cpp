@@ -5,7 +5,7 @@
 #include <chrono>
 #include <string>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/serial.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

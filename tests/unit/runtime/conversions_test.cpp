@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

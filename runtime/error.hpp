@@ -1,4 +1,4 @@
-// Script errors, the exit request and the parse-error reporter.
+// Script errors and the exit request: the two ways a run ends early.
 #pragma once
 #include <stdexcept>
 #include <string>
@@ -27,18 +27,5 @@ class MExit {
   int line;
   MExit(Value v, int l) : value(std::move(v)), line(l) {}
 };
-
-// Prints "error [FILE:LINE]: MESSAGE" or "error [LINE]: MESSAGE" for the
-// scanner's current position and counts the error; does not throw.
-void report_parse_error(const char *message);
-int parse_error_count();
-void reset_parse_error_count();
-
-// The scanner's position, consulted by report_parse_error; set by the front end.
-struct SourcePosition {
-  const char *(*fileName)() = nullptr;  // current file name or null
-  int (*line)() = nullptr;
-};
-void setSourcePosition(SourcePosition p);
 
 }  // namespace marl

@@ -1,12 +1,11 @@
 // The queue of input files named on the command line, read through stdin.
-#include "driver/input_queue.hpp"
+#include "builtins/input_queue.hpp"
 
 #include <sys/stat.h>
 
 #include <cstdio>
 
-#include "driver/driver.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "frontend/names.hpp"
 #include "frontend/symbols.hpp"
 #include "io/file.hpp"
@@ -34,12 +33,17 @@ void setFilename(const std::string &name) {
 
 }  // namespace
 
+InputQueue &inputQueue() {
+  static InputQueue queue;
+  return queue;
+}
+
 bool open_next_input() {
-  DriverState &state = driverState();
-  if (state.nextInput >= state.inputFiles.size()) return false;
-  const std::string entry = state.inputFiles[state.nextInput++];
+  InputQueue &queue = inputQueue();
+  if (queue.next >= queue.files.size()) return false;
+  const std::string entry = queue.files[queue.next++];
   MFile *in = globalFile("stdin");
-  if (!state.inPlace) {
+  if (!queue.inPlace) {
     if (!in || !in->open(entry, "r")) raise_error(0, "Cannot open input file %s", entry.c_str());
     setFilename(entry);
     return true;

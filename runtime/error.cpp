@@ -1,5 +1,5 @@
-// Script errors and the parse-error reporter.
-#include "eval/error.hpp"
+// Script errors: one routine formats every run-time message.
+#include "runtime/error.hpp"
 
 #include <cstdarg>
 #include <cstdio>
@@ -7,9 +7,6 @@
 namespace marl {
 
 namespace {
-
-SourcePosition position;
-int parseErrors = 0;
 
 [[noreturn]] void throwLine(int line, const char *message) {
   // Both buffers are 512 bytes: longer messages are cut, never overrun.
@@ -37,21 +34,5 @@ void raise_message(int line, const std::string &message) {
   std::snprintf(buffer, sizeof buffer, "%s", message.c_str());
   throwLine(line, buffer);
 }
-
-void setSourcePosition(SourcePosition p) { position = p; }
-
-void report_parse_error(const char *message) {
-  const char *file = position.fileName ? position.fileName() : nullptr;
-  int line = position.line ? position.line() : 0;
-  std::fflush(stdout);
-  if (file && *file)
-    std::fprintf(stderr, "error [%s:%d]: %s\n", file, line, message);
-  else
-    std::fprintf(stderr, "error [%d]: %s\n", line, message);
-  parseErrors++;
-}
-
-int parse_error_count() { return parseErrors; }
-void reset_parse_error_count() { parseErrors = 0; }
 
 }  // namespace marl

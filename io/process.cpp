@@ -1,5 +1,5 @@
 // Services of the host process: shell commands and the program's directory.
-#include "driver/process.hpp"
+#include "io/process.hpp"
 
 #include "io/stream.hpp"
 

@@ -1,0 +1,53 @@
+// The frame every runner shares: execute a parsed source in a fresh context.
+#include "eval/run.hpp"
+
+#include <cstdio>
+#include <new>
+
+#include "eval/evaluator.hpp"
+#include "frontend/symbols.hpp"
+#include "io/process.hpp"
+#include "runtime/error.hpp"
+
+namespace marl {
+
+namespace {
+
+void printError(const char *text) {
+  flushStandardStreams();
+  std::fprintf(stderr, "%s\n", text);
+}
+
+}  // namespace
+
+Value runParsed(const ParseResult &parsed) {
+  if (!parsed.ok) return Value();
+  size_t depth = scopeDepth();
+  Context ctx;
+  Value result;
+  try {
+    evaluateList(ctx, result, parsed.statements);
+    if (ctx.jump == JUMP_RETURN) {
+      result = std::move(ctx.returned);
+      ctx.clearJump();
+    } else if (ctx.jump != JUMP_NONE) {
+      int line = ctx.jumpLine;
+      ctx.clearJump();
+      raise_error(line, "Bad break or continue");
+    }
+  } catch (const ScriptError &e) {
+    printError(e.what());
+    result.setNull();
+  } catch (const MExit &e) {
+    result = e.value;
+  } catch (const std::bad_alloc &) {
+    printError("error: Out of memory");
+    result.setNull();
+  }
+  popScopesTo(depth);
+  return result;
+}
+
+Value run_script_string(std::string_view text) { return runParsed(parseText(text)); }
+
+}  // namespace marl
