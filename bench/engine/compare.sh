@@ -5,6 +5,7 @@
 set -eu
 marl=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 runs=${2:-5}
+python=${PYTHON:-/usr/bin/python3}
 dir=$(cd "$(dirname "$0")" && pwd)
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
@@ -12,7 +13,7 @@ cd "$dir"
 for p in *.mr; do
   n=${p%.mr}
   hyperfine -N -w 1 -r "$runs" --export-json "$tmp/$n.json" \
-    -n marl "$marl $n.mr" -n python3 "python3 $n.py" -n perl "perl $n.pl" \
+    -n marl "$marl $n.mr" -n python3 "$python $n.py" -n perl "perl $n.pl" \
     -n lua "lua5.4 $n.lua" >/dev/null 2>&1
 done
 python3 - "$tmp" <<'PY'
