@@ -420,6 +420,17 @@ inline bool numericCompare(int op, double x, double y) {
   }
 }
 
+// The truth of a condition; a comparison of two number leaves is decided
+// without evaluating nodes or making a value.
+inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
+  if (n->opcode >= OP_EQ && n->opcode <= OP_LE) {
+    double x, y;
+    if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
+  }
+  evaluate(ctx, scratch, n);
+  return truth(scratch);
+}
+
 bool plainCompare(int op, int line, const Value &a, const Value &b) {
   switch (op) {
     case OP_EQ: return looseEquals(a, b);
@@ -590,8 +601,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_IF: {
       Control *c = node->payload.ctl;
       Value cond;
-      evaluate(ctx, cond, c->a);
-      if (truth(cond))
+      if (testCondition(ctx, c->a, cond))
         evaluate(ctx, result, c->b);
       else if (c->c)
         evaluate(ctx, result, c->c);
@@ -604,8 +614,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       Value cond, body;
       bool continuing;
       for (;;) {
-        evaluate(ctx, cond, c->a);
-        if (!truth(cond)) break;
+        if (!testCondition(ctx, c->a, cond)) break;
         if (c->b) evaluate(ctx, body, c->b);
         if (loopShouldExit(ctx, continuing)) break;
       }
@@ -619,8 +628,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       for (;;) {
         if (c->b) evaluate(ctx, body, c->b);
         if (loopShouldExit(ctx, continuing)) break;
-        evaluate(ctx, cond, c->a);
-        if (!truth(cond)) break;
+        if (!testCondition(ctx, c->a, cond)) break;
       }
       result.setNull();
       return;
@@ -631,10 +639,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       bool continuing;
       if (c->a) evaluate(ctx, tmp, c->a);
       for (;;) {
-        if (c->b) {
-          evaluate(ctx, cond, c->b);
-          if (!truth(cond)) break;
-        }
+        if (c->b && !testCondition(ctx, c->b, cond)) break;
         if (c->d) evaluate(ctx, body, c->d);
         if (loopShouldExit(ctx, continuing)) break;
         if (c->c) evaluate(ctx, tmp, c->c);
