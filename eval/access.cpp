@@ -96,9 +96,7 @@ bool writeElementFast(Node *node, const Value &value) {
 
 }  // namespace
 
-Symbol *variableForAssignment(Node *nameNode) {
-  Symbol *s = variableAt(nameNode);
-  if (s) return s;
+Symbol *declareForAssignment(Node *nameNode) {
   Name *name = nameNode->payload.name;
   if (strictMode()) notDeclared(nameNode->line, name);
   return declare(innermostScope(), name);

@@ -59,7 +59,11 @@ inline bool numberLeaf(Node *n, double &out) {
 }
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
-Symbol *variableForAssignment(Node *nameNode);
+Symbol *declareForAssignment(Node *nameNode);
+inline Symbol *variableForAssignment(Node *nameNode) {
+  Symbol *s = variableAt(nameNode);
+  return s ? s : declareForAssignment(nameNode);
+}
 // Declares `name` in the innermost scope (or reuses it there).
 Symbol *declareHere(Name *name, int line, bool strictCheck);
 

@@ -513,6 +513,12 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_ASSIGN: {
       Value v;
       evaluate(ctx, v, node->right);
+      if (node->left->opcode == OP_NAME) {
+        // The value runs first; only then is the target looked up (or declared).
+        variableForAssignment(node->left)->value = v;
+        result = std::move(v);
+        return;
+      }
       if (node->left->opcode == OP_ARRAY) {
         s_set(ctx, node->left, v);
         result.setNull();
