@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "bench/bench_interpreter.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/parse.hpp"
 

@@ -31,12 +31,13 @@ void setFilename(const std::string &name) {
   if (s) s->value = makeString(name);
 }
 
+InputQueue *current = nullptr;
+
 }  // namespace
 
-InputQueue &inputQueue() {
-  static InputQueue queue;
-  return queue;
-}
+InputQueue::InputQueue() { current = this; }
+InputQueue::~InputQueue() { current = nullptr; }
+InputQueue &inputQueue() { return *current; }
 
 bool open_next_input() {
   InputQueue &queue = inputQueue();

@@ -12,10 +12,10 @@
 #include "builtins/registry.hpp"
 #include "builtins/input_queue.hpp"
 #include "io/process.hpp"
+#include "driver/interpreter.hpp"
 #include "driver/runner.hpp"
 #include "eval/run.hpp"
 #include "runtime/error.hpp"
-#include "eval/cleanup.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -31,8 +31,6 @@ namespace marl {
 void run_console();
 
 namespace {
-
-DriverState state;
 
 bool isRegularFile(const std::string &path) {
   struct stat st;
@@ -54,6 +52,7 @@ void defineGlobal(const char *name, const Value &v) {
 }
 
 void defineGlobals(char **envp) {
+  const DriverState &state = driverState();
   defineGlobal("stdin", Value(streamFilter(state.inputEncoding, 0)));
   defineGlobal("stdout", Value(streamFilter(state.outputEncoding, 1)));
   defineGlobal("stderr", Value(streamFilter(state.outputEncoding, 2)));
@@ -82,20 +81,11 @@ int exitStatus(const Value &v) {
 }
 
 void runStartupScripts() {
+  const DriverState &state = driverState();
   for (const char *name : {"init.mr", "user.mr"}) {
     std::string path = state.programDir + name;
     if (isRegularFile(path)) run_preprocessed_file(path);
   }
-}
-
-void teardown() {
-  flushStandardStreams();
-  finalCleanup();
-  popScopesTo(0);
-  clearFunctions();
-  shutdownEvaluator();
-  releaseAllObjects();
-  freeAllNodes();
 }
 
 struct ThreadArgs {
@@ -114,9 +104,11 @@ void *threadMain(void *p) {
 
 }  // namespace
 
-DriverState &driverState() { return state; }
+DriverState &driverState() { return Interpreter::current()->driver; }
 
 int runDriver(int argc, char **argv, char **envp, int noConsole) {
+  Interpreter interpreter;
+  DriverState &state = interpreter.driver;
   state.consoleSuppressed = noConsole != 0;
   parseCommandLine(argc, argv, state);
   state.programDir = programDirectory();
@@ -133,12 +125,11 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
     }
   }
 
-  pushGlobalScope();
-  initEvaluator();
   defineGlobals(envp);
   registerAllBuiltins();
 
-  inputQueue() = InputQueue{state.inputFiles, 0, state.inPlace};
+  interpreter.input.files = state.inputFiles;
+  interpreter.input.inPlace = state.inPlace;
   try {
     open_next_input();
   } catch (const ScriptError &e) {
@@ -170,7 +161,6 @@ int runDriver(int argc, char **argv, char **envp, int noConsole) {
 
   if (state.talkMode && !state.consoleSuppressed) run_console();
 
-  teardown();
   return status;
 }
 

@@ -11,30 +11,25 @@
 
 namespace marl {
 
-namespace {
-
-bool finalCleanupDone = false;
-
-}  // namespace
-
 void runFinalizer(MHandle *h) {
-  MFuncRef *ref = asFuncRef(h->finalizer);
+  // The handle may be swept right after; the call keeps what it uses alive.
+  Value function = h->finalizer.get();
+  MFuncRef *ref = asFuncRef(function);
   if (!ref) return;
   func_data *fd = ref->info->find(1);
   if (!fd) return;
-  // The handle may be swept right after; the call keeps what it uses alive.
-  Value keepFunction = h->finalizer;
-  Value argument = h->argument;
+  Value argument = h->argument.get();
   Context ctx;
   Value ignored;
   call_function(ctx, ignored, 0, fd, Args{&argument, 1});
 }
 
 void finalCleanup() {
-  if (finalCleanupDone) return;
-  finalCleanupDone = true;
+  EvaluatorState &state = evaluatorState();
+  if (state.finalCleanupDone) return;
+  state.finalCleanupDone = true;
   std::vector<MHandle *> handles;
-  for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next) {
+  for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
     MRef *o = static_cast<MRef *>(l);
     if (o->type == ObjType::Handle && !static_cast<MHandle *>(o)->finalized)
       handles.push_back(static_cast<MHandle *>(o));

@@ -2,7 +2,8 @@
 #include "eval/evaluator.hpp"
 
 #include <cmath>
-#include <unordered_map>
+#include <cstdio>
+#include <cstdlib>
 
 #include "eval/access.hpp"
 #include "eval/cleanup.hpp"
@@ -20,12 +21,8 @@ namespace marl {
 
 namespace {
 
-bool strictFlag = false;
+EvaluatorState *current = nullptr;
 constexpr size_t kMaxScopes = 1000;
-
-// Functions defined inside braces get one table entry per definition node,
-// so their static variables persist like those of top-level functions.
-std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
 
 // Arguments live on the C stack for the common small counts.
 class ArgBuffer {
@@ -149,11 +146,9 @@ void evalExtern(Node *node) {
 
 // The static table of the running function: the nearest function scope's,
 // made on first use; at the top level, the global scope.
-std::vector<func_data *> runningFunctions;
-
 SymMan *functionStatics(int) {
-  if (runningFunctions.empty()) return globalScope();
-  func_data *fd = runningFunctions.back();
+  if (current->runningFunctions.empty()) return globalScope();
+  func_data *fd = current->runningFunctions.back();
   if (!fd->statics) {
     fd->statics = new SymMan();
     fd->statics->kind = SCOPE_FUNCTION;
@@ -216,7 +211,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
 
 void evalFuncDef(Node *node) {
   FunctionDef *def = node->payload.func;
-  FuncInfo *&info = nestedFunctions[def];
+  FuncInfo *&info = current->nestedFunctions[def];
   if (!info) {
     info = new FuncInfo();
     info->name = def->name;
@@ -489,10 +484,10 @@ void evalSwap(Context &ctx, Value &result, Node *node) {
 
 }  // namespace
 
-bool strictMode() { return strictFlag; }
+bool strictMode() { return current->strict; }
 bool setStrictMode(bool on) {
-  bool old = strictFlag;
-  strictFlag = on;
+  bool old = current->strict;
+  current->strict = on;
   return old;
 }
 
@@ -823,7 +818,7 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
   size_t depth = scopeDepth();
   SymMan *scope = pushScope(SCOPE_FUNCTION);
   scope->statics = fd->statics;
-  runningFunctions.push_back(fd);
+  current->runningFunctions.push_back(fd);
   try {
     for (size_t i = 0; i < def->params.size(); i++)
       declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
@@ -840,12 +835,12 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
       result.setNull();
     }
   } catch (...) {
-    runningFunctions.pop_back();
+    current->runningFunctions.pop_back();
     popScopesTo(depth);
     releaseVariant(fd);
     throw;
   }
-  runningFunctions.pop_back();
+  current->runningFunctions.pop_back();
   popScopesTo(depth);
   releaseVariant(fd);
 }
@@ -883,19 +878,28 @@ void markRoots(MarkStack &stack) {
     for (Symbol *s : scope->symbols)
       if (s->value.object) stack.push_back(s->value.object);
   forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
-  for (auto &entry : nestedFunctions) pushFunctionStatics(entry.second, stack);
+  for (auto &entry : current->nestedFunctions) pushFunctionStatics(entry.second, stack);
 }
 
 }  // namespace
 
-void initEvaluator() {
+EvaluatorState::EvaluatorState() {
+  if (current) {
+    std::fputs("Internal error in EvaluatorState: a second state\n", stderr);
+    std::abort();
+  }
+  current = this;
   setRootMarker(markRoots);
   setFinalizer(runFinalizer);
 }
 
-void shutdownEvaluator() {
+EvaluatorState::~EvaluatorState() {
+  setRootMarker(nullptr);
+  setFinalizer(nullptr);
   for (auto &entry : nestedFunctions) releaseFunc(entry.second);
-  nestedFunctions.clear();
+  current = nullptr;
 }
+
+EvaluatorState &evaluatorState() { return *current; }
 
 }  // namespace marl

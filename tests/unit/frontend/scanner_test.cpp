@@ -10,6 +10,7 @@
 #include "frontend/node.hpp"
 #include "frontend/scanner.hpp"
 #include "frontend/tokens.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -73,7 +74,7 @@ Node *leaf(std::string_view text) {
 
 class ScannerTest : public ::testing::Test {
  protected:
-  void TearDown() override { freeAllNodes(); }
+  void TearDown() override { test::freshInterpreter(); }
 };
 
 TEST_F(ScannerTest, RadixLiteralsWrapToSigned32Bits) {

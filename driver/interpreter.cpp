@@ -1,0 +1,31 @@
+// The interpreter state: construction and the teardown it ends with.
+#include "driver/interpreter.hpp"
+
+#include "eval/cleanup.hpp"
+#include "frontend/node.hpp"
+#include "io/process.hpp"
+
+namespace marl {
+
+namespace {
+
+Interpreter *running = nullptr;
+
+}  // namespace
+
+ParseTreeOwner::~ParseTreeOwner() { freeAllNodes(); }
+
+Interpreter::Interpreter() {
+  running = this;
+  pushGlobalScope();
+}
+
+Interpreter::~Interpreter() {
+  flushStandardStreams();
+  finalCleanup();
+  running = nullptr;
+}
+
+Interpreter *Interpreter::current() { return running; }
+
+}  // namespace marl
