@@ -10,6 +10,7 @@
 #include "io/pack.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
+#include "runtime/memory_limit.hpp"
 #include "runtime/mstring.hpp"
 
 namespace marl {
@@ -133,11 +134,20 @@ void bi_read(Context &, int line, const Args &a, Value &r) {
     double count = std::trunc(argNumber(line, a[first]));
     MString *w = asString(a[first + 1]);
     int code = w ? typeCode(w->text) : 0;
-    // A count beyond any real file would only allocate nulls without end.
-    if (!code || count > 268435456.0) raise_error(line, "Bad argument in read()");
+    if (!code) raise_error(line, "Bad argument in read()");
+    // The array holds `count` values whatever the file has, so a count whose
+    // values could never be held is refused before reading.
+    if (count > 0 && beyondMemory(count >= 1.8e19 ? UINT64_MAX : static_cast<uint64_t>(count),
+                                  sizeof(HeldValue)))
+      raise_error(line, "Not enough memory in read()");
     MArray *out = new MArray();
     Value holder(out);
-    for (double i = 0; i < count; i++) out->push(readTyped(f, code));
+    size_t n = count > 0 ? static_cast<size_t>(count) : 0;
+    while (out->size() < n) {
+      out->push(readTyped(f, code));
+      // Past the end of the file every value is null: fill them at once.
+      if (out->items.back().isNull() && f->eof()) out->resize(n);
+    }
     r = std::move(holder);
     return;
   }

@@ -27,6 +27,7 @@ void bi_unpack(Context &, int line, const Args &a, Value &r) {
   const std::string &data = argString(line, a[1]);
   PackTemplate t;
   parseOrRaise(line, text, t, "unpack");
+  if (!unpackFitsMemory(t)) raise_error(line, "Not enough memory in unpack()");
   r = unpackRecord(t, data);
 }
 
@@ -36,6 +37,7 @@ void bi_pack(Context &, int line, const Args &a, Value &r) {
   if (!values) raise_error(line, "Bad argument in pack()");
   PackTemplate t;
   parseOrRaise(line, text, t, "pack");
+  if (!packFitsMemory(t)) raise_error(line, "Not enough memory in pack()");
   r = makeString(packRecord(t, *values));
 }
 

@@ -1,11 +1,9 @@
-// Graphics, native functions and COM are not available on this platform yet:
-// their groups register nothing.
+// Graphics is not available on this platform yet: its group registers
+// nothing. (Native functions and COM register from external/.)
 #include "builtins/registry.hpp"
 
 namespace marl {
 
 std::span<const BuiltinEntry> graphicsBuiltins() { return {}; }
-std::span<const BuiltinEntry> nativeBuiltins() { return {}; }
-std::span<const BuiltinEntry> comBuiltins() { return {}; }
 
 }  // namespace marl

@@ -2,6 +2,7 @@
 #include "driver/interpreter.hpp"
 
 #include "eval/cleanup.hpp"
+#include "external/dotnet_bridge.hpp"
 #include "frontend/node.hpp"
 #include "io/process.hpp"
 
@@ -14,6 +15,8 @@ Interpreter *running = nullptr;
 }  // namespace
 
 ParseTreeOwner::~ParseTreeOwner() { freeAllNodes(); }
+
+ExternalRuntimeOwner::~ExternalRuntimeOwner() { shutdownDotNet(); }
 
 Interpreter::Interpreter() {
   running = this;

@@ -19,6 +19,14 @@ struct ParseTreeOwner {
   ParseTreeOwner &operator=(const ParseTreeOwner &) = delete;
 };
 
+// Stops the .NET runtime, if it was started.
+struct ExternalRuntimeOwner {
+  ExternalRuntimeOwner() = default;
+  ~ExternalRuntimeOwner();
+  ExternalRuntimeOwner(const ExternalRuntimeOwner &) = delete;
+  ExternalRuntimeOwner &operator=(const ExternalRuntimeOwner &) = delete;
+};
+
 // One per process: the language runs on one thread and the parts below are
 // reached by each layer as "the current one". Construction pushes the global
 // scope. Destruction flushes the standard streams, runs the final cleanup of
@@ -35,6 +43,7 @@ class Interpreter {
 
  private:
   ParseTreeOwner tree_;
+  ExternalRuntimeOwner external_;  // stopped after every object is released
 
  public:
   MObjMan objects;

@@ -5,7 +5,9 @@
 
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
+#include "eval/external_access.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
@@ -94,6 +96,19 @@ bool writeElementFast(Node *node, const Value &value) {
   return false;
 }
 
+// `o.m(args)` as a place: a parameterised property of an automation object.
+void resolvePropertyCall(Context &ctx, Node *node, Place &place) {
+  for (Node *a = node->left; a; a = a->next) {
+    place.args.emplace_back();
+    evaluate(ctx, place.args.back(), a);
+  }
+  Node *callee = node->right;
+  if (callee->opcode == OP_MEMBER) evaluate(ctx, place.container, callee->left);
+  if (!asComObj(place.container)) raise_error(node->line, "Bad type operation in operator .");
+  place.kind = Place::Property;
+  place.key = callee->right->payload.name->text;
+}
+
 }  // namespace
 
 Symbol *declareForAssignment(Node *nameNode) {
@@ -144,29 +159,39 @@ void s_get(Context &ctx, Value &result, Node *node) {
           result.setNull();
         return;
       }
+      if (readAutomationItem(container, index, node->line, result)) return;
       raise_error(node->line, "Bad array operation for non-array object");
     }
     case OP_MEMBER: {
       Value container;
       evaluate(ctx, container, node->left);
-      MHash *h = asHash(container);
-      if (!h) raise_error(node->line, "Bad type operation in operator .");
-      const std::string &name = node->right->payload.name->text;
-      const HeldValue *e = h->find(name);
-      if (!e) raise_error(node->line, "Hash member %s is not declared in operator .", name.c_str());
-      result = e->get();
+      readMember(container, node->right->payload.name->text, node->line, result);
       return;
     }
   }
   raise_error(node->line, "Internal error in s_get()");
 }
 
+void readMember(const Value &container, const std::string &name, int line, Value &result) {
+  MHash *h = asHash(container);
+  if (!h) {
+    if (readAutomationProperty(container, name, line, result)) return;
+    raise_error(line, "Bad type operation in operator .");
+  }
+  const HeldValue *e = h->find(name);
+  if (!e) raise_error(line, "Hash member %s is not declared in operator .", name.c_str());
+  result = e->get();
+}
+
 void resolvePlace(Context &ctx, Node *node, Place &place) {
   place.line = node->line;
   switch (node->opcode) {
     case OP_NAME:
+      // Only compound assignment, ++/-- and swap come here; they read the
+      // name first, so an undeclared one fails as reading does and stays undeclared.
       place.kind = Place::Variable;
-      place.symbol = variableForAssignment(node);
+      place.symbol = variableAt(node);
+      if (!place.symbol) notDeclared(node->line, node->payload.name);
       return;
     case OP_INDEX: {
       Value index;
@@ -185,17 +210,24 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
         place.key = k->text;
         return;
       }
+      if (asComObj(place.container))
+        raise_error(node->line, "Cannot assign to COM collection element");
       raise_error(node->line, "Bad array operation for non-array object");
     }
     case OP_MEMBER: {
       evaluate(ctx, place.container, node->left);
+      place.key = node->right->payload.name->text;
+      if (asComObj(place.container)) {
+        place.kind = Place::Property;
+        return;
+      }
       if (!asHash(place.container)) raise_error(node->line, "Bad type operation in operator .");
       place.kind = Place::Member;
-      place.key = node->right->payload.name->text;
       return;
     }
     case OP_CALL:
-      raise_error(node->line, "Bad type operation in operator .");
+      resolvePropertyCall(ctx, node, place);
+      return;
   }
   raise_error(node->line, "Internal error in s_set()");
 }
@@ -224,6 +256,9 @@ void readPlace(const Place &place, Value &result) {
       result = e->get();
       return;
     }
+    case Place::Property:
+      asComObj(place.container)->getProperty(place.line, place.key, place.args, result);
+      return;
   }
 }
 
@@ -242,6 +277,9 @@ void writePlace(Place &place, const Value &value) {
       h->set(place.key, value);
       return;
     }
+    case Place::Property:
+      asComObj(place.container)->setProperty(place.line, place.key, place.args, value);
+      return;
   }
 }
 

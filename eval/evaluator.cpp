@@ -8,6 +8,7 @@
 #include "eval/access.hpp"
 #include "eval/cleanup.hpp"
 #include "runtime/error.hpp"
+#include "eval/external_access.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
@@ -191,6 +192,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
       call_value(ctx, result, node->line, fn, buf.args(), nullptr);
       return;
     }
+    if (s && callNativeValue(s->value, node->line, buf.args(), result)) return;
     const std::string &name = callee->payload.name->text;
     if (findFunction(callee->payload.name))
       raise_error(node->line, "Function %s() [arg count:%d] not defined", name.c_str(),
@@ -198,13 +200,18 @@ void evalCall(Context &ctx, Value &result, Node *node) {
     raise_error(node->line, "Function %s() not defined", name.c_str());
   }
   if (callee->opcode == OP_MEMBER) {
-    // A function reference kept in a hash member can be called as o.m(...).
-    Value member;
-    s_get(ctx, member, callee);
+    // A function reference kept in a hash member can be called as o.m(...);
+    // on an automation object o.m(...) invokes its method m.
+    Value obj, member;
+    evaluate(ctx, obj, callee->left);
+    const std::string &name = callee->right->payload.name->text;
+    if (invokeAutomationMember(obj, name, node->line, buf.args(), result)) return;
+    readMember(obj, name, node->line, member);
     if (member.is(ObjType::FuncRef)) {
       call_value(ctx, result, node->line, member, buf.args(), nullptr);
       return;
     }
+    if (callNativeValue(member, node->line, buf.args(), result)) return;
   }
   raise_error(node->line, "Bad type operation in operator .");
 }
@@ -234,6 +241,9 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   }
   Value coll;
   evaluate(ctx, coll, c->b);
+  // An automation collection is walked as the array of its elements.
+  Value elements;
+  if (automationElements(coll, node->line, elements)) coll = elements;
   Value body;
   bool continuing;
   if (MArray *a = asArray(coll)) {
@@ -327,8 +337,9 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
   if (node->left->opcode == OP_NAME && op <= OP_POW) {
-    Symbol *sym = variableForAssignment(node->left);
-    if (sym->value.isNumeric()) {
+    // An undeclared name is left to the general path, which reports it.
+    Symbol *sym = variableAt(node->left);
+    if (sym && sym->value.isNumeric()) {
       double x = sym->value.number;
       Value rhs;
       evaluate(ctx, rhs, node->right);
@@ -372,8 +383,8 @@ void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) 
   if (t->opcode != OP_NAME && t->opcode != OP_INDEX && t->opcode != OP_MEMBER)
     raise_error(node->line, "Bad type operation in operator %s", delta > 0 ? "++" : "--");
   if (t->opcode == OP_NAME) {
-    Symbol *sym = variableForAssignment(t);
-    if (sym->value.isNumeric()) {
+    Symbol *sym = variableAt(t);
+    if (sym && sym->value.isNumeric()) {
       Value current = sym->value;
       sym->value.setNumber(current.number + delta);
       if (prefix)

@@ -7,6 +7,7 @@
 
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
+#include "runtime/memory_limit.hpp"
 #include "runtime/mhash.hpp"
 
 namespace marl {
@@ -107,7 +108,9 @@ int digitValue(char c) {
 }
 
 // The count between brackets: "0x" hexadecimal, "0" + octal digit or "_"
-// octal, "0b" binary, else decimal; "_" is allowed in all but decimal.
+// octal, "0b" binary, else decimal; "_" is allowed in all but decimal. Any
+// count that fits in 32 bits is taken; memory is checked only by the
+// built-ins that would fill it.
 bool parseCount(std::string_view text, uint32_t &out) {
   int base = 10;
   size_t i = 0;
@@ -125,7 +128,7 @@ bool parseCount(std::string_view text, uint32_t &out) {
     int d = digitValue(text[i]);
     if (d >= base) return false;
     n = n * base + d;
-    if (n > kMaxPackCount) return false;
+    if (n > UINT32_MAX) return false;
   }
   if (n < 1) return false;
   out = static_cast<uint32_t>(n);
@@ -236,6 +239,15 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
   } while (!lex.onlySpaceLeft());
   return true;
 }
+
+bool unpackFitsMemory(const PackTemplate &t) {
+  uint64_t elements = 0;
+  for (const PackField &f : t.fields)
+    if (!f.name.empty()) elements += f.count;
+  return !beyondMemory(elements, sizeof(HeldValue));
+}
+
+bool packFitsMemory(const PackTemplate &t) { return !beyondMemory(t.size, 1); }
 
 Value unpackRecord(const PackTemplate &t, std::string_view data) {
   MHash *h = new MHash();

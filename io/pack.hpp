@@ -31,12 +31,8 @@ bool typeInRange(int code, double value);
 struct PackField {
   std::string_view name;  // empty: the bytes are skipped by unpack, zero in pack
   int code;
-  uint32_t count;  // 0: a single value; n >= 1: an array of n values
+  uint32_t count;  // 0: a single value; n >= 1: an array of n values (any that fits)
 };
-
-// Counts above this make a template bad: they could only ask for arrays and
-// strings far beyond memory (the same cap as array dimensions).
-constexpr uint32_t kMaxPackCount = 268435456;
 
 // A parsed template; it refers to the text it was parsed from.
 struct PackTemplate {
@@ -50,5 +46,9 @@ bool parseTemplate(std::string_view text, PackTemplate &out);
 Value unpackRecord(const PackTemplate &t, std::string_view data);
 // pack(): the fields' values taken from `values` by name; missing ones are 0.
 std::string packRecord(const PackTemplate &t, const MHash &values);
+// Whether the arrays of unpack(), or the bytes of pack(), could ever be held:
+// counts are limited only by memory, checked before anything is allocated.
+bool unpackFitsMemory(const PackTemplate &t);
+bool packFitsMemory(const PackTemplate &t);
 
 }  // namespace marl

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "runtime/error.hpp"
+#include "runtime/memory_limit.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
@@ -15,11 +16,6 @@ namespace {
 
 enum : uint8_t { kNumber = 0, kBool = 1, kObject = 2 };
 enum : uint8_t { kNewObject = 0, kReference = 1 };
-
-// The least bytes one unread element can take: an array element its kind
-// byte, a hash entry its key length and the value's kind byte.
-constexpr uint64_t kMinElementBytes = 1;
-constexpr uint64_t kMinEntryBytes = 5;
 
 template <class T>
 MRef *create() {
@@ -148,26 +144,33 @@ Value MStream::readOne(std::vector<ReadFrame> &work) {
   if (!object) raise_error(0, "Factory not found for %s", name.c_str());
   Value v(object);
   read_.push_back(v);
-  // A count is checked against the bytes that remain once the elements still
-  // owed by the open containers are set aside, so that no input can ask for
-  // more elements than it has bytes.
-  if (object->type == ObjType::Array) {
+  // Elements are read one at a time and appended, so a count larger than
+  // the input allocates nothing up front.
+  if (object->type == ObjType::Array || object->type == ObjType::Hash) {
     uint32_t n = readU32();
-    if (n && pledged_ + n * kMinElementBytes > remaining())
-      raise_error(0, "Object deserialize error");
-    pledged_ += n * kMinElementBytes;
-    static_cast<MArray *>(object)->resize(n);
-    if (n) work.push_back({object, 0, n});
-  } else if (object->type == ObjType::Hash) {
-    uint32_t n = readU32();
-    if (n && pledged_ + n * kMinEntryBytes > remaining())
-      raise_error(0, "Object deserialize error");
-    pledged_ += n * kMinEntryBytes;
     if (n) work.push_back({object, 0, n});
   } else if (!object->deserialize(*this)) {
     raise_error(0, "Object deserialize error");
   }
   return v;
+}
+
+// Past the end of the input every byte reads as 0, so every value still
+// owed is the number 0 (and every hash entry the key "" with 0): the open
+// containers are completed at once instead of element by element.
+void MStream::completeAtEnd(std::vector<ReadFrame> &work) {
+  uint64_t zeros = 0;
+  for (const ReadFrame &f : work)
+    if (f.object->type == ObjType::Array) zeros += f.count - f.next;
+  if (beyondMemory(zeros, sizeof(HeldValue))) raise_error(0, "Not enough memory in deserial()");
+  HeldValue zero(Value::num(0));
+  for (const ReadFrame &f : work) {
+    if (f.object->type == ObjType::Array)
+      static_cast<MArray *>(f.object)->items.resize(f.count, zero);
+    else if (f.next < f.count)
+      static_cast<MHash *>(f.object)->set("", Value::num(0));
+  }
+  work.clear();
 }
 
 Value MStream::readValue() {
@@ -179,14 +182,16 @@ Value MStream::readValue() {
       work.pop_back();
       continue;
     }
-    uint32_t i = f.next++;
+    if (remaining() == 0) {
+      completeAtEnd(work);
+      break;
+    }
+    f.next++;
     MRef *object = f.object;
     if (object->type == ObjType::Array) {
-      pledged_ -= kMinElementBytes;
       Value e = readOne(work);
-      static_cast<MArray *>(object)->items[i] = e;
+      static_cast<MArray *>(object)->push(e);
     } else {
-      pledged_ -= kMinEntryBytes;
       std::string key = readString();
       Value e = readOne(work);
       static_cast<MHash *>(object)->set(key, e);

@@ -21,8 +21,10 @@ class MStream : public BStream {
 
   // Appends one value. Raises "Object not serializable" without a position.
   void writeValue(const Value &v);
-  // Reads one value. Raises "Factory not found for %s" or "Object deserialize
-  // error" without a position; missing bytes read as zeros.
+  // Reads one value. Raises "Factory not found for %s", "Object deserialize
+  // error" or "Not enough memory in deserial()" (a count past the end of the
+  // input whose zeros could never be held) without a position; missing
+  // bytes read as zeros.
   Value readValue();
 
  private:
@@ -30,13 +32,12 @@ class MStream : public BStream {
   struct ReadFrame;
   void writeOne(MRef *object, double number, Kind kind, std::vector<WriteFrame> &work);
   Value readOne(std::vector<ReadFrame> &work);
+  void completeAtEnd(std::vector<ReadFrame> &work);
 
   std::unordered_map<const MRef *, uint32_t> written_;
   // Values, not bare pointers: a repeated hash key can drop an object that a
   // later reference still names.
   std::vector<Value> read_;
-  // Bytes the unread elements of open containers need at the least.
-  uint64_t pledged_ = 0;
 };
 
 // serial(): the value's bytes.

@@ -127,13 +127,19 @@ std::string utf16ToSjis(std::string_view u) {
     while (j < n && unitAt(p + j) >= 0x80) j += 2;
     const char *in = u.data() + i;
     size_t left = j - i;
-    // Each unit of a character the code page lacks (both halves of a
-    // surrogate pair) becomes the default character.
+    // A character the code page lacks becomes the default character, once
+    // also when it takes a surrogate pair; a lone surrogate is one as well.
     while (!toCp932().run(in, left, o, static_cast<size_t>(out.data() + out.size() - o))) {
-      int b = byteOfStrayUnit(unitAt(reinterpret_cast<const unsigned char *>(in)));
+      const auto *q = reinterpret_cast<const unsigned char *>(in);
+      unsigned unit = unitAt(q);
+      int b = byteOfStrayUnit(unit);
       *o++ = static_cast<char>(b < 0 ? '?' : b);
-      in += 2;
-      left -= 2;
+      size_t skip = 2;
+      if (unit >= 0xD800 && unit < 0xDC00 && left >= 4 && unitAt(q + 2) >= 0xDC00 &&
+          unitAt(q + 2) < 0xE000)
+        skip = 4;
+      in += skip;
+      left -= skip;
     }
     i = j;
   }

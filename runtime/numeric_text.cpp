@@ -42,9 +42,7 @@ bool parseRadix(std::string_view digits, unsigned base, double &out) {
   return true;
 }
 
-// Decimal conversion of text already checked against forms 1 to 3. Like the C
-// library's conversion it reads the longest valid prefix ("1.2.3e5" is 1.2).
-double decimalValue(std::string_view body) {
+double unsignedDecimalValue(std::string_view body) {
   // Plain integers up to 18 digits are exact in 64 bits; the final
   // conversion to double rounds once, correctly.
   if (body.size() <= 18) {
@@ -65,9 +63,19 @@ double decimalValue(std::string_view body) {
   return r.ec == std::errc() ? d : 0.0;
 }
 
+// Decimal conversion of text already checked against forms 1 to 3. Like the C
+// library's conversion it reads the longest valid prefix ("1.2.3e5" is 1.2),
+// and text with no digits to read (".e5") converts to +0 whatever its sign.
+double decimalValue(std::string_view body, bool negative) {
+  double v = unsignedDecimalValue(body);
+  bool converted = !body.empty() &&
+                   (isDigit(body[0]) || (body[0] == '.' && body.size() > 1 && isDigit(body[1])));
+  return negative && converted ? -v : v;
+}
+
 // Forms 1 to 4 after the sign: a decimal fraction, a decimal integer (no
 // leading 0, optional trailing "."), a decimal with exponent, or zero.
-bool parseDecimal(std::string_view body, double &out) {
+bool parseDecimal(std::string_view body, bool negative, double &out) {
   if (body.empty()) return false;
   if (body == "0" || body == "0.") {
     out = 0;
@@ -85,7 +93,7 @@ bool parseDecimal(std::string_view body, double &out) {
     if (i == body.size()) return false;
     for (; i < body.size(); i++)
       if (!isDigit(body[i])) return false;
-    out = decimalValue(body);
+    out = decimalValue(body, negative);
     return true;
   }
   size_t dot = std::string_view::npos;
@@ -100,7 +108,7 @@ bool parseDecimal(std::string_view body, double &out) {
   bool fraction = dot != std::string_view::npos && dot + 1 < body.size();  // form 1
   bool integer = body[0] != '0' && body[0] != '.' && !fraction;             // form 2
   if (!fraction && !integer) return false;
-  out = decimalValue(body);
+  out = decimalValue(body, negative);
   return true;
 }
 
@@ -136,11 +144,8 @@ bool parseNumericText(std::string_view s, double &out) {
     negative = body[0] == '-';
     body.remove_prefix(1);
   }
-  double d;
-  if (!parseDecimal(body, d)) return false;
   // The zero form is plain 0 even with a "-"; the others keep the sign.
-  out = negative && !(body == "0" || body == "0.") ? -d : d;
-  return true;
+  return parseDecimal(body, negative, out);
 }
 
 bool tryToNumber(const Value &v, double &out) {

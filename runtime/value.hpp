@@ -11,7 +11,18 @@ enum class Kind : int32_t { Number = 0, Bool = 1, Object = 2 };
 
 // Class tags, so that hot paths test an object's class with one compare
 // instead of a dynamic_cast.
-enum class ObjType : uint8_t { Other, String, Array, Hash, FuncRef, RegExp, File, Handle };
+enum class ObjType : uint8_t {
+  Other,
+  String,
+  Array,
+  Hash,
+  FuncRef,
+  RegExp,
+  File,
+  Handle,
+  ComObj,
+  DllFunc
+};
 
 // Counter operations; defined in object.hpp (inline) and object.cpp.
 inline void lockObject(MRef *o);

@@ -5,6 +5,8 @@
 # NAME.cmd, when present, is a bash command line run instead of `$MARL NAME.mr`.
 # Each script runs in a scratch copy of its folder, so it may write files.
 set -u
+# Sanitizer builds run several times slower, so the caller may widen the limit.
+limit=${MARL_GOLDEN_TIMEOUT:-60}
 marl=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 dir=$(cd "$2" && pwd)
 scratch=$(mktemp -d)
@@ -19,9 +21,9 @@ for script in "$dir"/*.mr; do
   input=/dev/null
   [ -f "$dir/$name.in" ] && input="$dir/$name.in"
   if [ -f "$dir/$name.cmd" ]; then
-    (cd "$work" && MARL="$marl" timeout 60 bash "$dir/$name.cmd" <"$input" >"$work/.stdout" 2>"$work/.stderr")
+    (cd "$work" && MARL="$marl" timeout "$limit" bash "$dir/$name.cmd" <"$input" >"$work/.stdout" 2>"$work/.stderr")
   else
-    (cd "$work" && timeout 60 "$marl" "$name.mr" <"$input" >"$work/.stdout" 2>"$work/.stderr")
+    (cd "$work" && timeout "$limit" "$marl" "$name.mr" <"$input" >"$work/.stdout" 2>"$work/.stderr")
   fi
   status=$?
   expected_status=0

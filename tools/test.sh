@@ -5,6 +5,6 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/tools/build.sh" release "$root/build"
 (cd "$root/build" && ctest --output-on-failure -j "$(nproc)")
 "$root/tools/build.sh" asan "$root/build-asan"
-(cd "$root/build-asan" && ASAN_OPTIONS=detect_leaks=1 ctest --output-on-failure -j "$(nproc)" -LE nosan)
+(cd "$root/build-asan" && ASAN_OPTIONS=detect_leaks=1 MARL_GOLDEN_TIMEOUT=300 ctest --output-on-failure -j "$(nproc)" -LE nosan)
 # A short, bounded fuzzing run of the scanner and parser on the seed corpus.
 "$root/tests/fuzz/run_fuzz.sh" "$root/build-fuzz" 20

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -53,6 +54,17 @@ class PtySession {
     }
     return seen_;
   }
+  // The prompt can appear before the line editor takes the terminal out of
+  // canonical mode; keys typed before that would be cooked by the terminal.
+  bool waitForLineEditor(int ms = 30000) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    termios t;
+    while (tcgetattr(fd_, &t) == 0 && (t.c_lflag & ICANON)) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      usleep(10000);
+    }
+    return true;
+  }
 
  private:
   int fd_ = -1;
@@ -65,6 +77,7 @@ TEST(ConsolePty, EditedLineRunsAsCorrected) {
   PtySession s;
   ASSERT_TRUE(s.ok());
   s.readUntil(">");
+  ASSERT_TRUE(s.waitForLineEditor());
   // Type print(1+4), move the cursor left past the ")", rub out the 4, type 3.
   s.send("print(1+4)");
   s.send("\x1b[D");

@@ -56,8 +56,8 @@ TEST(Utf8, SurrogatePairBecomesTwoThreeByteSequences) {
   std::string units = "\x3D\xD8\x00\xDE"s;  // U+1F600 as D83D DE00
   EXPECT_EQ(utf16ToUtf8(units), "\xED\xA0\xBD\xED\xB8\x80");
   EXPECT_EQ(utf8ToUtf16("\xED\xA0\xBD\xED\xB8\x80"), units);
-  // CP932 lacks the character: each half becomes the default character.
-  EXPECT_EQ(utf8ToSjis("\xED\xA0\xBD\xED\xB8\x80"), "??");
+  // CP932 lacks the character: the pair becomes one default character.
+  EXPECT_EQ(utf8ToSjis("\xED\xA0\xBD\xED\xB8\x80"), "?");
 }
 
 TEST(Utf8, DecoderFollowsTheLeadBytePattern) {
@@ -98,6 +98,17 @@ TEST(Utf16, ConversionsBothWays) {
   // An odd last byte is no unit; a character CP932 lacks becomes '?'.
   EXPECT_EQ(utf16ToSjis("a\0b"s), "a");
   EXPECT_EQ(utf16ToSjis("\xAC\x20"s), "?");  // euro sign
+}
+
+TEST(Utf16, CharactersBeyondTheBasicPlane) {
+  // A surrogate pair is one character: one '?', with what follows kept.
+  EXPECT_EQ(utf16ToSjis("a\0\x3D\xD8\x00\xDE" "b\0"s), "a?b");
+  EXPECT_EQ(utf16ToSjis("\x3D\xD8\x00\xDE\x42\x30\x69\xD8\xDD\xDC"s), "?\x82\xA0?");
+  // Halves that do not pair are one character each.
+  EXPECT_EQ(utf16ToSjis("\x3D\xD8" "a\0"s), "?a");
+  EXPECT_EQ(utf16ToSjis("\x00\xDE\x3D\xD8"s), "??");
+  EXPECT_EQ(utf16ToSjis("\x3D\xD8\x3D\xD8\x00\xDE"s), "??");
+  EXPECT_EQ(utf16ToSjis("\x3D\xD8\x00"s), "?");  // the odd byte is no unit
 }
 
 TEST(Utf16, BytesOutsideTheCodePage) {

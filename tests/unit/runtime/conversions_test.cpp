@@ -117,6 +117,16 @@ TEST(NumericText, SignOfZeroAndViewBounds) {
   EXPECT_FALSE(std::signbit(d));  // the zero form is plain 0
   ASSERT_TRUE(parseNumericText("-0.0", d));
   EXPECT_TRUE(std::signbit(d));  // a decimal fraction keeps its sign
+  // Where no digit can be read nothing is converted, so the sign is lost;
+  // where one can, the sign stays even on a zero.
+  for (const char *text : {"-.e5", "-..5e3", " -.E-1 "}) {
+    ASSERT_TRUE(parseNumericText(text, d)) << text;
+    EXPECT_TRUE(d == 0 && !std::signbit(d)) << text;
+  }
+  for (const char *text : {"-0e5", "-.0e1", "-.0.e1", "-0.0.e2"}) {
+    ASSERT_TRUE(parseNumericText(text, d)) << text;
+    EXPECT_TRUE(d == 0 && std::signbit(d)) << text;
+  }
   EXPECT_FALSE(parseNumericText(std::string_view("12\0", 3), d));
   ASSERT_TRUE(parseNumericText(std::string_view("123e5", 2), d));
   EXPECT_EQ(d, 12);

@@ -1,8 +1,11 @@
 // The printf-style formatting engine.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cwchar>
 #include <initializer_list>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "runtime/conversions.hpp"
@@ -91,7 +94,11 @@ TEST(Format, Binary) {
 TEST(Format, Strings) {
   EXPECT_EQ(fmt("%5s|%-5s|%.2s|%05s", {str("ab"), str("ab"), str("abc"), str("ab")}),
             "   ab|ab   |ab|   ab");
-  EXPECT_EQ(fmt("%s", {makeString(std::string("a\0b", 3))}), std::string("a\0b", 3));
+  // The C library stops a string at its first zero byte; the width pads what is left.
+  Value zeroInside = makeString(std::string("A\0B", 3));
+  EXPECT_EQ(fmt("%s|%3s|%-3s|%.2s", {zeroInside, zeroInside, zeroInside, zeroInside}),
+            "A|  A|A  |A");
+  EXPECT_EQ(fmt("%s", {makeString(std::string("\0B", 2))}), "");
   const double inf = std::numeric_limits<double>::infinity();
   EXPECT_EQ(fmt("%s|%s|%s|%s", {num(1.0 / 3.0), Value(), Value::boolean(false), num(-inf)}),
             "0.3333333333|null|false|-Inf");
@@ -114,7 +121,14 @@ TEST(Format, NonFiniteDoubles) {
 TEST(Format, ResultCutAt2047Bytes) {
   EXPECT_EQ(fmt("%5000d", {num(1)}), std::string(2047, ' '));
   EXPECT_EQ(fmt("%-5000d|", {num(1)}), "1" + std::string(2046, ' ') + "|");
-  EXPECT_EQ(fmt("%99999999999999999999d", {num(1)}), std::string(2047, ' '));
+  // A width or precision past the C int range, or a result longer than
+  // that, makes the C library fail: the directive gives nothing.
+  EXPECT_EQ(fmt("[%99999999999999999999d|%.2147483648f|%+.2147483647d|%.2147483647f]",
+                {num(1), num(2), num(3), num(1e10)}),
+            "[|||]");
+  EXPECT_EQ(fmt("%2147483647.0d", {num(3)}), std::string(2047, ' '));
+  EXPECT_EQ(fmt("%.2147483647g|%.2147483647s", {num(0.1), str("ab")}),
+            "0.1000000000000000055511151231257827021181583404541015625|ab");
   EXPECT_EQ(fmt("%5000s", {str("x")}), std::string(2047, ' '));
   EXPECT_EQ(fmt("%-5000s", {str("x")}), "x" + std::string(2046, ' '));
   EXPECT_EQ(fmt("%5000b", {num(1)}), std::string(2047, ' '));
@@ -127,6 +141,68 @@ TEST(Format, ResultCutAt2047Bytes) {
   EXPECT_EQ(fmt("%s", {makeString(std::string(3000, 'z'))}), std::string(2047, 'z'));
   // The bound is per conversion, not for the whole result.
   EXPECT_EQ(fmt("%3000d%3000d", {num(1), num(2)}).size(), 4094u);
+}
+
+// The C library's own text for `format` applied to one argument of the
+// conversion's group, so that each directive is judged by snprintf itself.
+std::string cLibrary(const std::string &format, char letter, double number) {
+  char buf[2048];
+  bool longForm = format.find('L') != std::string::npos || format.find("ll") != std::string::npos;
+  bool anyL = format.find_first_of("lL") != std::string::npos;
+  int r;
+  switch (letter) {
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'g':
+    case 'G':
+      r = longForm
+              ? std::snprintf(buf, sizeof buf, format.c_str(), static_cast<long double>(number))
+              : std::snprintf(buf, sizeof buf, format.c_str(), number);
+      break;
+    case 's':
+      r = anyL ? std::snprintf(buf, sizeof buf, format.c_str(), L"abc")
+               : std::snprintf(buf, sizeof buf, format.c_str(), "abc");
+      break;
+    default:
+      // Non-negative values below 2^31 read the same through every integer length.
+      r = std::snprintf(buf, sizeof buf, format.c_str(), static_cast<long long>(number));
+  }
+  return r < 0 ? std::string() : std::string(buf, std::min<size_t>(static_cast<size_t>(r), 2047));
+}
+
+TEST(Format, DirectivesAsTheCLibraryReadsThem) {
+  struct Case {
+    const char *format;
+    const char *text;
+  };
+  // Pieces out of the C order: the C library shows the directive's text
+  // (in its own spelling) and the argument is still used up.
+  for (const Case &c :
+       {Case{"[%3 d]", "[%3 d]"}, Case{"[%.5.3d]", "[%.5.3d]"}, Case{"[%l5d]", "[%5d]"},
+        Case{"[%hld]", "[%ld]"}, Case{"[%..f]", "[%.0.f]"}, Case{"[%#- +05.3 x]", "[%#+-5.3 x]"},
+        Case{"[%5 .2s]", "[%5 .2s]"}, Case{"[%-#0 +5.3hhd]", "[+042 ]"}}) {
+    EXPECT_EQ(fmt(c.format, {num(42)}), c.text) << c.format;
+  }
+  EXPECT_EQ(fmt("%3 d|%d", {num(1), num(2)}), "%3 d|2");
+
+  std::mt19937 rng(20240611);
+  const std::string pieces = " +-#0123456789.hlL";
+  const std::string letters = "deEfgGiouxXcs";
+  const double values[] = {42, 0, 7, 65, 300, 70000, 3.25, 1234.5678};
+  for (int i = 0; i < 40000; i++) {
+    std::string format = "%";
+    size_t n = rng() % 6;
+    for (size_t k = 0; k < n; k++) format += pieces[rng() % pieces.size()];
+    char letter = letters[rng() % letters.size()];
+    format += letter;
+    double v = values[rng() % std::size(values)];
+    // "%lc" is a wide character in the C library; keep to ASCII letters.
+    if (letter == 'c') v = 65 + rng() % 26;
+    Value arg = letter == 's' ? str("abc") : num(v);
+    ASSERT_EQ(fmt("<" + format + ">", {arg}), "<" + cLibrary(format, letter, v) + ">")
+        << format << " of " << v;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,29 @@
+// How much memory the process may ever use.
+#include "runtime/memory_limit.hpp"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace marl {
+
+uint64_t processMemoryLimit() {
+  uint64_t limit = UINT64_MAX;
+  long pages = sysconf(_SC_PHYS_PAGES);
+  long pageSize = sysconf(_SC_PAGESIZE);
+  if (pages > 0 && pageSize > 0)
+    limit = static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize);
+  for (int resource : {RLIMIT_AS, RLIMIT_DATA}) {
+    rlimit rl;
+    if (getrlimit(resource, &rl) == 0 && rl.rlim_cur != RLIM_INFINITY)
+      limit = std::min<uint64_t>(limit, rl.rlim_cur);
+  }
+  return limit;
+}
+
+bool beyondMemory(uint64_t count, uint64_t itemSize) {
+  return itemSize != 0 && count > processMemoryLimit() / itemSize;
+}
+
+}  // namespace marl

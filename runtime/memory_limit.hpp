@@ -1,0 +1,15 @@
+// How much memory the process may ever use, for refusing requests that
+// could never be met before anything is allocated.
+#pragma once
+#include <cstdint>
+
+namespace marl {
+
+// The smallest of the machine's physical memory and the address-space and
+// data-segment limits of the process, in bytes.
+uint64_t processMemoryLimit();
+
+// True when `count` items of `itemSize` bytes each could never be held.
+bool beyondMemory(uint64_t count, uint64_t itemSize);
+
+}  // namespace marl

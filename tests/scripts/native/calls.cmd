@@ -1,0 +1,1 @@
+MARL_NATIVE_TEST_VALUE=found "$MARL" calls.mr
