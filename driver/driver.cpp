@@ -17,7 +17,6 @@
 #include "eval/run.hpp"
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
-#include "external/dotnet_bridge.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"

@@ -15,8 +15,7 @@ Interpreter *running = nullptr;
 }  // namespace
 
 ParseTreeOwner::~ParseTreeOwner() { freeAllNodes(); }
-
-ExternalRuntimeOwner::~ExternalRuntimeOwner() { shutdownDotNet(); }
+ExternalRuntimes::~ExternalRuntimes() { shutdownDotNet(); }
 
 Interpreter::Interpreter() {
   running = this;

@@ -7,6 +7,7 @@
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/symbols.hpp"
+#include "runtime/conversions.hpp"
 #include "runtime/object.hpp"
 
 namespace marl {
@@ -19,12 +20,12 @@ struct ParseTreeOwner {
   ParseTreeOwner &operator=(const ParseTreeOwner &) = delete;
 };
 
-// Stops the .NET runtime, if it was started.
-struct ExternalRuntimeOwner {
-  ExternalRuntimeOwner() = default;
-  ~ExternalRuntimeOwner();
-  ExternalRuntimeOwner(const ExternalRuntimeOwner &) = delete;
-  ExternalRuntimeOwner &operator=(const ExternalRuntimeOwner &) = delete;
+// Stops the .NET runtime, if it was started, once every object is released.
+struct ExternalRuntimes {
+  ExternalRuntimes() = default;
+  ~ExternalRuntimes();
+  ExternalRuntimes(const ExternalRuntimes &) = delete;
+  ExternalRuntimes &operator=(const ExternalRuntimes &) = delete;
 };
 
 // One per process: the language runs on one thread and the parts below are
@@ -32,7 +33,7 @@ struct ExternalRuntimeOwner {
 // scope. Destruction flushes the standard streams, runs the final cleanup of
 // handles, then, member by member: the driver's and the evaluator's state;
 // every scope; the function table; the last release of every object; the
-// parse tree.
+// .NET runtime; the parse tree.
 class Interpreter {
  public:
   Interpreter();
@@ -43,10 +44,11 @@ class Interpreter {
 
  private:
   ParseTreeOwner tree_;
-  ExternalRuntimeOwner external_;  // stopped after every object is released
+  ExternalRuntimes external_;
 
  public:
   MObjMan objects;
+  NumberFormat numberFormat;
   FunctionTable functions;
   ScopeStack scopes;
   EvaluatorState evaluator;

@@ -7,8 +7,9 @@
 
 #include "eval/access.hpp"
 #include "eval/cleanup.hpp"
-#include "runtime/error.hpp"
 #include "eval/external_access.hpp"
+#include "eval/frames.hpp"
+#include "runtime/error.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
@@ -47,8 +48,6 @@ size_t countList(Node *n) {
   for (; n; n = n->next) c++;
   return c;
 }
-
-[[noreturn]] void badBreak(int line) { raise_error(line, "Bad break or continue"); }
 
 // Consumes a pending break/continue at a loop. Returns true when the loop must
 // end (break here, or a jump that belongs to an outer construct).
@@ -269,9 +268,9 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
-  size_t depth = scopeDepth();
+  ScopeGuard scope;
   pushScope(SCOPE_BLOCK);
-  try {
+  {
     Value subject;
     evaluate(ctx, subject, c->a);
     Node *body = c->b;
@@ -299,11 +298,7 @@ void evalSwitch(Context &ctx, Value &result, Node *node) {
         evaluateList(ctx, result, start);
     }
     if (ctx.jump == JUMP_BREAK && --ctx.remaining <= 0) ctx.clearJump();
-  } catch (...) {
-    popScopesTo(depth);
-    throw;
   }
-  popScopesTo(depth);
 }
 
 void evalTry(Context &ctx, Value &result, Node *node) {
@@ -598,16 +593,10 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_PREDEC: incDec(ctx, result, node, -1, true); return;
     case OP_POSTDEC: incDec(ctx, result, node, -1, false); return;
     case OP_BLOCK: {
-      size_t depth = scopeDepth();
+      ScopeGuard scope;
       pushScope(SCOPE_BLOCK);
-      try {
-        result.setNull();
-        evaluateList(ctx, result, node->left);
-      } catch (...) {
-        popScopesTo(depth);
-        throw;
-      }
-      popScopesTo(depth);
+      result.setNull();
+      evaluateList(ctx, result, node->left);
       return;
     }
     case OP_IF: {
@@ -825,35 +814,16 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
     return;
   }
   FunctionDef *def = fd->def;
-  retainVariant(fd);
-  size_t depth = scopeDepth();
+  CallFrame frame(fd);
+  ScopeGuard scopes;
   SymMan *scope = pushScope(SCOPE_FUNCTION);
   scope->statics = fd->statics;
-  current->runningFunctions.push_back(fd);
-  try {
-    for (size_t i = 0; i < def->params.size(); i++)
-      declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
-    Value body;
-    evaluate(ctx, body, def->body);
-    if (ctx.jump == JUMP_RETURN) {
-      result = std::move(ctx.returned);
-      ctx.clearJump();
-    } else if (ctx.jump != JUMP_NONE) {
-      int jl = ctx.jumpLine;
-      ctx.clearJump();
-      badBreak(jl);
-    } else {
-      result.setNull();
-    }
-  } catch (...) {
-    current->runningFunctions.pop_back();
-    popScopesTo(depth);
-    releaseVariant(fd);
-    throw;
-  }
-  current->runningFunctions.pop_back();
-  popScopesTo(depth);
-  releaseVariant(fd);
+  for (size_t i = 0; i < def->params.size(); i++)
+    declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+  Value body;
+  evaluate(ctx, body, def->body);
+  result.setNull();
+  settleJump(ctx, result);
 }
 
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "eval/evaluator.hpp"
+#include "eval/frames.hpp"
 #include "frontend/symbols.hpp"
 #include "io/process.hpp"
 #include "runtime/error.hpp"
@@ -22,19 +23,12 @@ void printError(const char *text) {
 
 Value runParsed(const ParseResult &parsed) {
   if (!parsed.ok) return Value();
-  size_t depth = scopeDepth();
-  Context ctx;
   Value result;
+  ScopeGuard scopes;
+  Context ctx;
   try {
     evaluateList(ctx, result, parsed.statements);
-    if (ctx.jump == JUMP_RETURN) {
-      result = std::move(ctx.returned);
-      ctx.clearJump();
-    } else if (ctx.jump != JUMP_NONE) {
-      int line = ctx.jumpLine;
-      ctx.clearJump();
-      raise_error(line, "Bad break or continue");
-    }
+    settleJump(ctx, result);
   } catch (const ScriptError &e) {
     printError(e.what());
     result.setNull();
@@ -44,7 +38,6 @@ Value runParsed(const ParseResult &parsed) {
     printError("error: Out of memory");
     result.setNull();
   }
-  popScopesTo(depth);
   return result;
 }
 

@@ -56,6 +56,8 @@ bool parseMode(std::string_view mode, OpenMode &m) {
   return true;
 }
 
+}  // namespace
+
 bool writeFully(int fd, const char *p, size_t n) {
   while (n > 0) {
     ssize_t k = ::write(fd, p, n);
@@ -68,8 +70,6 @@ bool writeFully(int fd, const char *p, size_t n) {
   }
   return true;
 }
-
-}  // namespace
 
 Stream::~Stream() {
   if (owned_)

@@ -35,7 +35,20 @@ Value toUint32Value(const Value &v);
 Value toNumberValue(const Value &v);
 Value toNumberOrNull(const Value &v);
 
-// The process-wide number format, initially "%.10g".
+// The number format, part of the interpreter state: "%.10g" until format()
+// changes it. While it exists it is the one numbers are rendered with.
+struct NumberFormat {
+  std::string text;
+  bool isDefault = true;
+  // Set while the format is being applied: a format such as "%s" would
+  // otherwise render its number through itself without end.
+  bool applying = false;
+  NumberFormat();
+  ~NumberFormat();
+  NumberFormat(const NumberFormat &) = delete;
+  NumberFormat &operator=(const NumberFormat &) = delete;
+};
+
 const std::string &numberFormat();
 std::string setNumberFormat(std::string fmt);  // returns the previous one
 
