@@ -16,6 +16,7 @@
 #include "driver/runner.hpp"
 #include "eval/run.hpp"
 #include "runtime/error.hpp"
+#include "graphics/session.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"

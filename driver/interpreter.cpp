@@ -4,6 +4,7 @@
 #include "eval/cleanup.hpp"
 #include "external/dotnet_bridge.hpp"
 #include "frontend/node.hpp"
+#include "graphics/session.hpp"
 #include "io/process.hpp"
 
 namespace marl {
@@ -24,6 +25,8 @@ Interpreter::Interpreter() {
 
 Interpreter::~Interpreter() {
   flushStandardStreams();
+  // A picture still on the screen stays there until the user closes it.
+  gfx::finishGraphics();
   finalCleanup();
   running = nullptr;
 }

@@ -1,0 +1,1 @@
+DISPLAY=:2999 WAYLAND_DISPLAY= "$MARL" nodisplay.mr
