@@ -32,11 +32,68 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
   raise_error(line, "Symbol %s not declared", (name->var ? name->var : name)->text.c_str());
 }
 
-Symbol *assignableSymbol(Name *name, int line) {
-  Symbol *s = lookupVariable(name);
-  if (s) return s;
-  if (strictMode()) notDeclared(line, name);
-  return declare(innermostScope(), name);
+// The container a name node holds, read in place: only when the index is a
+// leaf, since a general index expression could reassign the name first.
+const Value *containerInPlace(Node *node) {
+  if (node->left->opcode != OP_NAME) return nullptr;
+  int op = node->right->opcode;
+  if (op != OP_NUMBER && op != OP_NAME && op != OP_STRING) return nullptr;
+  Symbol *s = variableAt(node->left);
+  return s && s->value.object ? &s->value : nullptr;
+}
+
+// A string literal, or a name holding a string: the key text in place.
+const std::string *leafKey(Node *n) {
+  if (n->opcode == OP_STRING) return &n->payload.str->bytes;
+  if (n->opcode != OP_NAME) return nullptr;
+  Symbol *s = variableAt(n);
+  MString *k = s ? asString(s->value) : nullptr;
+  return k ? &k->text : nullptr;
+}
+
+// a[i] and h[k] on a named container with a leaf index, without a place or a
+// copy of the key. False when the general path must decide (and report).
+bool readElementFast(Node *node, Value &result) {
+  const Value *container = containerInPlace(node);
+  if (!container) return false;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(node->right, d)) return false;
+    const HeldValue *h = a->at(truncIndex(d));
+    if (!h) return false;
+    result = h->get();
+    return true;
+  }
+  if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(node->right);
+    if (!key) return false;
+    const HeldValue *e = h->find(*key);
+    if (e)
+      result = e->get();
+    else
+      result.setNull();
+    return true;
+  }
+  return false;
+}
+
+bool writeElementFast(Node *node, const Value &value) {
+  const Value *container = containerInPlace(node);
+  if (!container) return false;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(node->right, d)) return false;
+    long long i = truncIndex(d);
+    if (!a->set(i, value)) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
+    return true;
+  }
+  if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(node->right);
+    if (!key) return false;
+    h->set(*key, value);
+    return true;
+  }
+  return false;
 }
 
 // `o.m(args)` as a place: a parameterised property of an automation object.
@@ -54,6 +111,12 @@ void resolvePropertyCall(Context &ctx, Node *node, Place &place) {
 
 }  // namespace
 
+Symbol *declareForAssignment(Node *nameNode) {
+  Name *name = nameNode->payload.name;
+  if (strictMode()) notDeclared(nameNode->line, name);
+  return declare(innermostScope(), name);
+}
+
 Symbol *declareHere(Name *name, int line, bool strictCheck) {
   SymMan *scope = innermostScope();
   Name *vn = name->var ? name->var : name;
@@ -68,12 +131,13 @@ Symbol *declareHere(Name *name, int line, bool strictCheck) {
 void s_get(Context &ctx, Value &result, Node *node) {
   switch (node->opcode) {
     case OP_NAME: {
-      Symbol *s = lookupVariable(node->payload.name);
+      Symbol *s = variableAt(node);
       if (!s) notDeclared(node->line, node->payload.name);
       result = s->value;
       return;
     }
     case OP_INDEX: {
+      if (readElementFast(node, result)) return;
       Value container, index;
       evaluate(ctx, container, node->left);
       evaluate(ctx, index, node->right);
@@ -126,7 +190,7 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
       // Only compound assignment, ++/-- and swap come here; they read the
       // name first, so an undeclared one fails as reading does and stays undeclared.
       place.kind = Place::Variable;
-      place.symbol = lookupVariable(node->payload.name);
+      place.symbol = variableAt(node);
       if (!place.symbol) notDeclared(node->line, node->payload.name);
       return;
     case OP_INDEX: {
@@ -221,7 +285,7 @@ void writePlace(Place &place, const Value &value) {
 
 void s_set(Context &ctx, Node *node, const Value &value) {
   if (node->opcode == OP_NAME) {
-    assignableSymbol(node->payload.name, node->line)->value = value;
+    variableForAssignment(node)->value = value;
     return;
   }
   if (node->opcode == OP_ARRAY) {
@@ -238,6 +302,7 @@ void s_set(Context &ctx, Node *node, const Value &value) {
     }
     return;
   }
+  if (node->opcode == OP_INDEX && writeElementFast(node, value)) return;
   Place place;
   resolvePlace(ctx, node, place);
   writePlace(place, value);

@@ -33,6 +33,43 @@ void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
+// The variable a name node denotes (null when not declared), through the
+// node's cache while no scope has changed.
+inline Symbol *variableAt(Node *nameNode) {
+  Name *name = nameNode->payload.name;
+  if (name->var) name = name->var;
+  if (nameNode->symbolEpoch == scopeEpoch() && nameNode->cachedBindings == name->bindings)
+    return nameNode->cachedSymbol;
+  Symbol *s = lookupVariable(name);
+  nameNode->cachedSymbol = s;
+  nameNode->symbolEpoch = scopeEpoch();
+  nameNode->cachedBindings = name->bindings;
+  return s;
+}
+// A number literal, or a name holding a number (not a boolean): its value
+// without evaluating a node. Reading either has no side effect, so a caller
+// may fall back to the general path after a false answer.
+inline bool numberLeaf(Node *n, double &out) {
+  if (n->opcode == OP_NUMBER) {
+    out = n->number;
+    return true;
+  }
+  if (n->opcode == OP_NAME) {
+    Symbol *s = variableAt(n);
+    if (s && s->value.isNumber()) {
+      out = s->value.number;
+      return true;
+    }
+  }
+  return false;
+}
+// The variable an assignment to a name node stores into: found by the scope
+// walk, or declared in the innermost scope (an error in strict mode).
+Symbol *declareForAssignment(Node *nameNode);
+inline Symbol *variableForAssignment(Node *nameNode) {
+  Symbol *s = variableAt(nameNode);
+  return s ? s : declareForAssignment(nameNode);
+}
 // Declares `name` in the innermost scope (or reuses it there).
 Symbol *declareHere(Name *name, int line, bool strictCheck);
 

@@ -152,10 +152,12 @@ void evalExtern(Node *node) {
       raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
     if (scope->kind == SCOPE_GLOBAL) raise_error(d->line, "Variable cannot extern from global scope");
     Symbol *s = scope->findHere(vn);
-    if (s)
+    if (s) {
       s->refersToGlobal = true;
-    else
+      vn->bindings++;
+    } else {
       declare(scope, vn, true);
+    }
   }
 }
 
@@ -171,6 +173,7 @@ SymMan *functionStatics(int) {
     for (size_t i = stack.size(); i-- > 0;) {
       if (stack[i]->kind == SCOPE_FUNCTION) {
         stack[i]->statics = fd->statics;
+        scopesChanged();
         break;
       }
     }
@@ -334,13 +337,49 @@ void evalTry(Context &ctx, Value &result, Node *node) {
   }
 }
 
+// True when the variable is the only holder of its string: the one lock of
+// the symbol plus the one of `current`, the copy read before the right side.
+inline bool appendableString(const Symbol *sym, const Value &current) {
+  const MRef *o = current.object;
+  return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 &&
+         o->refs == 0;
+}
+
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
+  // The previous statement's value may still hold the string `s += t` grows.
+  result.setNull();
+  if (node->left->opcode == OP_NAME && op <= OP_POW) {
+    // An undeclared name is left to the general path, which reports it.
+    Symbol *sym = variableAt(node->left);
+    if (sym && sym->value.isNumeric()) {
+      double x = sym->value.number;
+      Value rhs;
+      evaluate(ctx, rhs, node->right);
+      if (rhs.isNumeric()) {
+        result.setNumber(numericOp(node->line, op, x, rhs.number));
+        sym->value = result;
+        return;
+      }
+      Value current = Value::num(x);
+      result = arith(node->line, op, current, rhs);
+      sym->value = result;
+      return;
+    }
+  }
   Place place;
   resolvePlace(ctx, node->left, place);
   Value current;
   readPlace(place, current);
   Value rhs;
   evaluate(ctx, rhs, node->right);
+  if (op == OP_ADD && place.kind == Place::Variable && !asArray(rhs) &&
+      appendableString(place.symbol, current)) {
+    // Nobody else can see the string, so growing it is the same as replacing it.
+    current.setNull();
+    appendText(static_cast<MString *>(place.symbol->value.object)->text, rhs);
+    result = place.symbol->value;
+    return;
+  }
   switch (op) {
     case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV: case OP_POW:
       result = arith(node->line, op, current, rhs);
@@ -355,6 +394,18 @@ void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) 
   Node *t = node->left;
   if (t->opcode != OP_NAME && t->opcode != OP_INDEX && t->opcode != OP_MEMBER)
     raise_error(node->line, "Bad type operation in operator %s", delta > 0 ? "++" : "--");
+  if (t->opcode == OP_NAME) {
+    Symbol *sym = variableAt(t);
+    if (sym && sym->value.isNumeric()) {
+      Value current = sym->value;
+      sym->value.setNumber(current.number + delta);
+      if (prefix)
+        result = sym->value;
+      else
+        result = current;
+      return;
+    }
+  }
   Place place;
   resolvePlace(ctx, t, place);
   Value current;
@@ -373,6 +424,29 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
     case OP_CHAIN_LT: return compareOrder(line, OP_LT, a, b);
     default: return compareOrder(line, OP_LE, a, b);
   }
+}
+
+// Two numbers: NaN compares false in every order, like the general path.
+inline bool numericCompare(int op, double x, double y) {
+  switch (op) {
+    case OP_EQ: return x == y;
+    case OP_NE: return x != y;
+    case OP_GT: return x > y;
+    case OP_GE: return x >= y;
+    case OP_LT: return x < y;
+    default: return x <= y;
+  }
+}
+
+// The truth of a condition; a comparison of two number leaves is decided
+// without evaluating nodes or making a value.
+inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
+  if (n->opcode >= OP_EQ && n->opcode <= OP_LE) {
+    double x, y;
+    if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
+  }
+  evaluate(ctx, scratch, n);
+  return truth(scratch);
 }
 
 bool plainCompare(int op, int line, const Value &a, const Value &b) {
@@ -467,6 +541,12 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_ASSIGN: {
       Value v;
       evaluate(ctx, v, node->right);
+      if (node->left->opcode == OP_NAME) {
+        // The value runs first; only then is the target looked up (or declared).
+        variableForAssignment(node->left)->value = v;
+        result = std::move(v);
+        return;
+      }
       if (node->left->opcode == OP_ARRAY) {
         s_set(ctx, node->left, v);
         result.setNull();
@@ -480,16 +560,48 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_MEMBER: s_get(ctx, result, node); return;
     case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV:
     case OP_POW: {
+      // Leaves are read without a call; a leaf's number is taken before
+      // the right side runs, as evaluating it into a value would.
+      double x, y;
       Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
+      bool leftLeaf = numberLeaf(node->left, x);
+      if (!leftLeaf) {
+        evaluate(ctx, a, node->left);
+        x = a.number;
+      }
+      bool rightLeaf = numberLeaf(node->right, y);
+      if (!rightLeaf) {
+        evaluate(ctx, b, node->right);
+        y = b.number;
+      }
+      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+        result.setNumber(numericOp(node->line, node->opcode, x, y));
+        return;
+      }
+      if (leftLeaf) a = Value::num(x);
+      if (rightLeaf) b = Value::num(y);
       result = arith(node->line, node->opcode, a, b);
       return;
     }
     case OP_EQ: case OP_NE: case OP_GT: case OP_GE: case OP_LT: case OP_LE: {
+      double x, y;
       Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
+      bool leftLeaf = numberLeaf(node->left, x);
+      if (!leftLeaf) {
+        evaluate(ctx, a, node->left);
+        x = a.number;
+      }
+      bool rightLeaf = numberLeaf(node->right, y);
+      if (!rightLeaf) {
+        evaluate(ctx, b, node->right);
+        y = b.number;
+      }
+      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+        result.setBool(numericCompare(node->opcode, x, y));
+        return;
+      }
+      if (leftLeaf) a = Value::num(x);
+      if (rightLeaf) b = Value::num(y);
       result.setBool(plainCompare(node->opcode, node->line, a, b));
       return;
     }
@@ -517,8 +629,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_IF: {
       Control *c = node->payload.ctl;
       Value cond;
-      evaluate(ctx, cond, c->a);
-      if (truth(cond))
+      if (testCondition(ctx, c->a, cond))
         evaluate(ctx, result, c->b);
       else if (c->c)
         evaluate(ctx, result, c->c);
@@ -531,8 +642,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       Value cond, body;
       bool continuing;
       for (;;) {
-        evaluate(ctx, cond, c->a);
-        if (!truth(cond)) break;
+        if (!testCondition(ctx, c->a, cond)) break;
         if (c->b) evaluate(ctx, body, c->b);
         if (loopShouldExit(ctx, continuing)) break;
       }
@@ -546,8 +656,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       for (;;) {
         if (c->b) evaluate(ctx, body, c->b);
         if (loopShouldExit(ctx, continuing)) break;
-        evaluate(ctx, cond, c->a);
-        if (!truth(cond)) break;
+        if (!testCondition(ctx, c->a, cond)) break;
       }
       result.setNull();
       return;
@@ -558,10 +667,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       bool continuing;
       if (c->a) evaluate(ctx, tmp, c->a);
       for (;;) {
-        if (c->b) {
-          evaluate(ctx, cond, c->b);
-          if (!truth(cond)) break;
-        }
+        if (c->b && !testCondition(ctx, c->b, cond)) break;
         if (c->d) evaluate(ctx, body, c->d);
         if (loopShouldExit(ctx, continuing)) break;
         if (c->c) evaluate(ctx, tmp, c->c);

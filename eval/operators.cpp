@@ -60,31 +60,8 @@ void checkRecursive(int line, const char *opname, MArray *root) {
   }
 }
 
-double scalarNumeric(int line, int op, double x, double y) {
-  switch (op) {
-    case OP_ADD: return x + y;
-    case OP_SUB: return x - y;
-    case OP_MUL: return x * y;
-    case OP_DIV: return x / y;
-    case OP_IDIV: {
-      if (y == 0) raise_error(line, "Division by 0");
-      double q = std::trunc(x / y);
-      // Truncation to a 64-bit integer; values outside its range saturate.
-      if (std::isnan(q)) return q;
-      if (q >= 9.2233720368547758e18) return 9.2233720368547758e18;
-      if (q <= -9.2233720368547758e18) return -9.2233720368547758e18;
-      return static_cast<double>(static_cast<long long>(q));
-    }
-    case OP_MOD:
-      if (y == 0) raise_error(line, "Division by 0");
-      return std::fmod(x, y);
-    case OP_POW: return std::pow(x, y);
-  }
-  badType(line, op);
-}
-
 Value scalar(int line, int op, const Value &a, const Value &b) {
-  if (a.isNumeric() && b.isNumeric()) return Value::num(scalarNumeric(line, op, a.number, b.number));
+  if (a.isNumeric() && b.isNumeric()) return Value::num(numericOp(line, op, a.number, b.number));
   if (op == OP_ADD && (a.is(ObjType::String) || b.is(ObjType::String))) {
     MString *s = new MString();
     Value r(s);
@@ -137,8 +114,10 @@ uint32_t low32(double d) {
 
 }  // namespace
 
+void divisionByZero(int line) { raise_error(line, "Division by 0"); }
+
 Value arith(int line, int op, const Value &a, const Value &b) {
-  if (a.isNumeric() && b.isNumeric()) return Value::num(scalarNumeric(line, op, a.number, b.number));
+  if (a.isNumeric() && b.isNumeric()) return Value::num(numericOp(line, op, a.number, b.number));
   MArray *la = asArray(a);
   MArray *ra = asArray(b);
   if (!la && !ra) return scalar(line, op, a, b);

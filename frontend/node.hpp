@@ -9,6 +9,7 @@ namespace marl {
 struct Name;
 struct FuncInfo;
 struct func_data;
+struct Symbol;
 
 enum Op : int32_t {
   OP_NULL = 1, OP_TRUE = 2, OP_FALSE = 3, OP_NUMBER = 4, OP_NAME = 5, OP_STRING = 6,
@@ -79,6 +80,11 @@ struct token_tag__ {
   // function table's generation.
   func_data *cachedFunc = nullptr;
   uint32_t cacheGen = 0;
+  // Name nodes cache what the scope walk found (null: not declared); valid
+  // while neither the scope epoch nor the name's bindings have changed.
+  uint64_t symbolEpoch = 0;
+  Symbol *cachedSymbol = nullptr;
+  uint64_t cachedBindings = 0;  // the name's `bindings` when cached
 };
 
 // Shapes the grammar builds where the opcode alone does not say:

@@ -6,6 +6,8 @@
 
 namespace marl {
 
+uint64_t scopeEpochCounter = 1;
+
 namespace {
 
 ScopeStack *current = nullptr;
@@ -32,6 +34,7 @@ void SymMan::clear() {
   for (Symbol *s : symbols) {
     if (kind == SCOPE_GLOBAL && s->name->global == s) s->name->global = nullptr;
     s->value.setNull();
+    s->name->bindings++;
     // Once the stack is empty or gone (teardown), nothing is pooled any more.
     if (current && !current->scopes.empty() && current->freeSymbols.size() < 4096)
       current->freeSymbols.push_back(s);
@@ -58,6 +61,7 @@ void pushGlobalScope() {
   SymMan *g = new SymMan();
   g->kind = SCOPE_GLOBAL;
   cur().scopes.push_back(g);
+  scopesChanged();
 }
 
 SymMan *pushScope(int kind) {
@@ -71,6 +75,7 @@ SymMan *pushScope(int kind) {
   s->kind = kind;
   s->statics = nullptr;
   cur().scopes.push_back(s);
+  if (kind != SCOPE_BLOCK) scopesChanged();
   return s;
 }
 
@@ -78,6 +83,7 @@ void popScopesTo(size_t depth) {
   while (cur().scopes.size() > depth) {
     SymMan *s = cur().scopes.back();
     cur().scopes.pop_back();
+    if (s->kind != SCOPE_BLOCK) scopesChanged();
     s->clear();
     if (s->kind == SCOPE_GLOBAL) {
       delete s;
@@ -102,6 +108,7 @@ const std::vector<SymMan *> &scopeStack() { return cur().scopes; }
 
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal) {
   name = varName(name);
+  name->bindings++;
   Symbol *s = newSymbol(name, refersToGlobal);
   scope->symbols.push_back(s);
   if (scope->kind == SCOPE_GLOBAL && !name->global) name->global = s;

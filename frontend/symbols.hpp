@@ -1,5 +1,6 @@
 // Variables: symbols in scope tables on one process-wide scope stack.
 #pragma once
+#include <cstdint>
 #include <vector>
 
 #include "frontend/names.hpp"
@@ -29,6 +30,14 @@ struct SymMan {
   void clear();
   ~SymMan() { clear(); }
 };
+
+// Raised by the changes that can alter what any name resolves to: a function
+// scope pushed or popped, a static table attached. Changes to one name
+// (declared, linked, freed) raise that name's `bindings` instead; an empty
+// block scope pushed or popped hides nothing and changes neither.
+extern uint64_t scopeEpochCounter;
+inline uint64_t scopeEpoch() { return scopeEpochCounter; }
+inline void scopesChanged() { ++scopeEpochCounter; }
 
 // The scope stack of the interpreter state, with pools of popped scopes and
 // symbols (blocks inside loops push and pop a scope on every pass). While it

@@ -8,12 +8,18 @@
 
 namespace marl {
 
+namespace {
+uint64_t cap = UINT64_MAX;
+}
+
+void capMemoryLimit(uint64_t bytes) { cap = std::min(cap, bytes); }
+
 uint64_t processMemoryLimit() {
-  uint64_t limit = UINT64_MAX;
+  uint64_t limit = cap;
   long pages = sysconf(_SC_PHYS_PAGES);
   long pageSize = sysconf(_SC_PAGESIZE);
   if (pages > 0 && pageSize > 0)
-    limit = static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize);
+    limit = std::min(limit, static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize));
   for (int resource : {RLIMIT_AS, RLIMIT_DATA}) {
     rlimit rl;
     if (getrlimit(resource, &rl) == 0 && rl.rlim_cur != RLIM_INFINITY)

@@ -9,6 +9,10 @@ namespace marl {
 // data-segment limits of the process, in bytes.
 uint64_t processMemoryLimit();
 
+// Lowers the limit for the rest of the process (never raises it): fuzzing
+// and embedding hosts run with less memory than the machine has.
+void capMemoryLimit(uint64_t bytes);
+
 // True when `count` items of `itemSize` bytes each could never be held.
 bool beyondMemory(uint64_t count, uint64_t itemSize);
 

@@ -7,10 +7,14 @@
 #include <string_view>
 
 #include "driver/interpreter.hpp"
+#include "runtime/memory_limit.hpp"
 #include "runtime/error.hpp"
 #include "io/serial.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // The fuzzer stops a run above 2 GiB: requests that could not be met within
+  // 512 MiB are refused as they would be on a small machine.
+  marl::capMemoryLimit(uint64_t{512} << 20);
   // Objects live in an interpreter state; a fresh one per input.
   marl::Interpreter state;
   using namespace marl;

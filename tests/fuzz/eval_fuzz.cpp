@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "builtins/registry.hpp"
+#include "runtime/memory_limit.hpp"
 #include "driver/interpreter.hpp"
 #include "eval/run.hpp"
 #include "frontend/parse_error.hpp"
@@ -50,6 +51,9 @@ void registerSafeBuiltins() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // The fuzzer stops a run above 2 GiB: requests that could not be met within
+  // 512 MiB are refused as they would be on a small machine.
+  marl::capMemoryLimit(uint64_t{512} << 20);
   using namespace marl;
   static bool ready = [] {
     recordStackBounds();

@@ -96,6 +96,17 @@ class PtySession {
     }
     return true;
   }
+  // After a line is entered the editor hands the terminal back (signal keys
+  // on again); Ctrl-C typed before that is read as a plain byte.
+  bool waitForCommandToRun(int ms = 30000) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    termios t;
+    while (tcgetattr(fd_, &t) == 0 && !(t.c_lflag & ISIG)) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      usleep(10000);
+    }
+    return true;
+  }
 
  private:
   int fd_ = -1;
@@ -146,6 +157,7 @@ TEST(ConsolePty, CtrlCStopsACommandAndKeepsVariables) {
   s.send("while (1) n = n;\r");
   // The loop runs once its line has been echoed back.
   s.readUntil("n = n;\r\n");
+  ASSERT_TRUE(s.waitForCommandToRun());
   s.send("\x03");
   std::string out = s.readUntil("error: Interrupted");
   ASSERT_NE(out.find("error: Interrupted"), std::string::npos) << out;
