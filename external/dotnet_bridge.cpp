@@ -5,17 +5,12 @@
 #include "runtime/error.hpp"
 
 #ifdef MARL_HAVE_MONO
-#include <mono/jit/jit.h>
-#include <mono/metadata/appdomain.h>
-#include <mono/metadata/assembly.h>
-#include <mono/metadata/class.h>
-#include <mono/metadata/mono-config.h>
-#include <mono/metadata/reflection.h>
 #include <sys/stat.h>
 
 #include <vector>
 
 #include "external/dotnet_object.hpp"
+#include "external/mono_api.hpp"
 #endif
 
 namespace marl {
@@ -49,6 +44,9 @@ void startRuntime(int line) {
   if (state == RuntimeState::Running) return;
   if (state == RuntimeState::Stopped)
     raise_error(line, "The .NET runtime cannot be restarted in dotnet()");
+  std::string why;
+  if (!loadMono(why))
+    raise_error(line, "The .NET runtime is not available in dotnet(): %s", why.c_str());
   mono_config_parse(nullptr);
   const char *root = mono_assembly_getrootdir();
   std::string corlib = std::string(root ? root : "/usr/lib") + "/mono/4.5/mscorlib.dll";

@@ -2,11 +2,7 @@
 // enumeration through reflection, and values converted at the boundary.
 #ifdef MARL_HAVE_MONO
 #include "external/dotnet_object.hpp"
-
-#include <mono/metadata/appdomain.h>
-#include <mono/metadata/class.h>
-#include <mono/metadata/debug-helpers.h>
-#include <mono/metadata/object.h>
+#include "external/mono_api.hpp"
 
 #include <cmath>
 #include <cstring>

@@ -1,7 +1,7 @@
 // Managed objects as automation objects, and values across the boundary.
 #pragma once
 #ifdef MARL_HAVE_MONO
-#include <mono/metadata/object.h>
+#include "external/mono_api.hpp"
 
 #include <string>
 
