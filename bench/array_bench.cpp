@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_interpreter.hpp"
 #include "builtins/registry.hpp"
 #include "eval/context.hpp"
 #include "eval/funcref.hpp"

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "bench/bench_interpreter.hpp"
 #include "io/file.hpp"
 
 namespace marl {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "bench/bench_interpreter.hpp"
 #include "io/pack.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "bench/bench_interpreter.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/parse.hpp"
 
@@ -52,5 +53,35 @@ void BM_ParseScript(benchmark::State &state) {
                           static_cast<int64_t>(script.size()));
 }
 BENCHMARK(BM_ParseScript)->Unit(benchmark::kMillisecond);
+
+// One token as long as the whole source (a string, a comment, a name): its
+// scanning time must grow linearly with its length, as the rate shows.
+std::string longToken(int kind, size_t length) {
+  std::string body(length, 'a');
+  switch (kind) {
+    case 0:
+      return "x = \"" + body + "\";";
+    case 1:
+      return "// " + body + "\nx = 1;";
+    default:
+      return "x" + body + " = 1;";
+  }
+}
+
+void BM_LongToken(benchmark::State &state) {
+  const std::string script =
+      longToken(static_cast<int>(state.range(0)), static_cast<size_t>(state.range(1)));
+  for (auto _ : state) {
+    marl::ParseResult r = marl::parseText(script);
+    benchmark::DoNotOptimize(r.statements);
+    marl::freeAllNodes();
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                          static_cast<int64_t>(script.size()));
+}
+BENCHMARK(BM_LongToken)
+    ->ArgNames({"kind", "bytes"})
+    ->ArgsProduct({{0, 1, 2}, {1 << 20, 16 << 20}})
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

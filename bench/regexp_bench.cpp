@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "bench/bench_interpreter.hpp"
 #include "builtins/regexp.hpp"
 #include "builtins/registry.hpp"
 #include "frontend/symbols.hpp"
@@ -36,7 +37,6 @@ BuiltinHandler handler(const char *name) {
 // Runs a three-argument built-in on the sample text; the match variables
 // need a global scope, as in a script.
 void runOnText(benchmark::State &state, const char *name, Value pattern, Value replacement) {
-  pushGlobalScope();
   BuiltinHandler h = handler(name);
   Value args[3] = {makeString(sampleText()), std::move(pattern), std::move(replacement)};
   Context ctx;
@@ -49,7 +49,6 @@ void runOnText(benchmark::State &state, const char *name, Value pattern, Value r
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * sampleText().size()));
   state.counters["result_MB"] = static_cast<double>(produced) / (1 << 20);
-  popScopesTo(0);
 }
 
 Value compiled(const char *pattern) {

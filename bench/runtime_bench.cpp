@@ -1,6 +1,7 @@
 // Creating and dropping objects, and collections over many live objects.
 #include <benchmark/benchmark.h>
 
+#include "bench/bench_interpreter.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mstring.hpp"
 

@@ -9,12 +9,13 @@
 #include "builtins/regexp.hpp"
 #include "builtins/registry.hpp"
 #include "builtins/sort.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 
@@ -128,7 +129,7 @@ void splitWhite(MArray *out, std::string_view s) {
 void splitChars(MArray *out, std::string_view s) {
   out->items.reserve(s.size());
   for (size_t i = 0; i < s.size();) {
-    size_t len = charLength(s, i);
+    size_t len = sjisCharLength(s, i);
     pushText(out, s.substr(i, len));
     i += len;
   }
@@ -144,7 +145,7 @@ void splitText(MArray *out, std::string_view s, std::string_view sep) {
     size_t hit = s.find(sep, from);
     if (hit == std::string_view::npos) break;
     if (checkBoundary) {
-      while (boundary < hit) boundary += charLength(s, boundary);
+      while (boundary < hit) boundary += sjisCharLength(s, boundary);
       if (boundary != hit) {
         from = hit + 1;
         continue;
@@ -165,7 +166,7 @@ void splitRegex(int line, MArray *out, std::string_view s, const RegExp *re) {
     size_t b = static_cast<size_t>(m.begin(0)), e = static_cast<size_t>(m.end(0));
     if (b >= s.size()) break;
     if (e == b && b == field) {
-      from = b + charLength(s, b);
+      from = b + sjisCharLength(s, b);
       continue;
     }
     pushText(out, s.substr(field, b - field));

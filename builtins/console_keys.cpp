@@ -8,7 +8,7 @@
 #include <cerrno>
 
 #include "builtins/system.hpp"
-#include "driver/process.hpp"
+#include "io/process.hpp"
 #include "io/stream.hpp"
 
 namespace marl {

@@ -5,15 +5,15 @@
 #include <unordered_map>
 
 #include "builtins/registry.hpp"
-#include "driver/runner.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
+#include "eval/run.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/format.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
-#include "driver/process.hpp"
+#include "io/process.hpp"
 
 namespace marl {
 

@@ -1,6 +1,6 @@
 // Encoding conversion built-ins: encode, decode.
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/encoding.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mstring.hpp"

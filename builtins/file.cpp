@@ -4,8 +4,8 @@
 
 #include "builtins/registry.hpp"
 #include "builtins/stream_args.hpp"
-#include "driver/input_queue.hpp"
-#include "eval/error.hpp"
+#include "builtins/input_queue.hpp"
+#include "runtime/error.hpp"
 #include "frontend/symbols.hpp"
 #include "io/pack.hpp"
 #include "runtime/conversions.hpp"

@@ -1,7 +1,7 @@
 // Formatted output: format, print, printf, sprintf.
 #include "builtins/registry.hpp"
 #include "builtins/stream_args.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/format.hpp"
 #include "runtime/mstring.hpp"

@@ -8,7 +8,7 @@
 #include "builtins/random.hpp"
 #include "builtins/registry.hpp"
 #include "builtins/rounding.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 

@@ -1,6 +1,6 @@
 // Binary record built-ins: pksize, unpack, pack, bsplit, bjoin.
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/pack.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"

@@ -1,5 +1,6 @@
 // Walking Shift_JIS text by characters.
 #include "builtins/sjis_text.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl::sjis {
 

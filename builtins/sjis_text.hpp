@@ -3,18 +3,11 @@
 #include <cstdint>
 #include <string_view>
 
-#include "runtime/conversions.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl::sjis {
 
-// Bytes of the character at byte offset i: 2 for a lead byte followed by a
-// trail byte, else 1 (a lead byte at the end or before a non-trail stands alone).
-inline size_t charSize(std::string_view s, size_t i) {
-  return i + 1 < s.size() && isLeadByte(static_cast<unsigned char>(s[i])) &&
-                 isTrailByte(static_cast<unsigned char>(s[i + 1]))
-             ? 2
-             : 1;
-}
+inline size_t charSize(std::string_view s, size_t i) { return sjisCharLength(s, i); }
 
 size_t charCount(std::string_view s);
 // Byte offset reached after stepping over `chars` characters from byte offset

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mstring.hpp"

@@ -7,7 +7,7 @@
 
 #include "builtins/registry.hpp"
 #include "builtins/sjis_text.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mstring.hpp"
 

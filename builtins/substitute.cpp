@@ -3,11 +3,12 @@
 #include <vector>
 
 #include "builtins/regexp.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "eval/funcref.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 
@@ -106,7 +107,7 @@ void substitute(Context &ctx, int line, const Args &a, Value &r, bool global, co
       // An empty match: keep the next character and search after it, so
       // the loop always advances (a double-byte character moves as one).
       if (b >= s.size()) break;
-      size_t n = charLength(s, b);
+      size_t n = sjisCharLength(s, b);
       out.append(s, b, n);
       copied = pos = b + n;
     } else {

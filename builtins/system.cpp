@@ -17,6 +17,7 @@
 
 #include "builtins/registry.hpp"
 #include "builtins/sjis_text.hpp"
+#include "io/stream.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
@@ -143,19 +144,6 @@ class FdCloser {
   int fd_;
 };
 
-bool writeAll(int fd, const char *p, size_t n) {
-  while (n > 0) {
-    ssize_t w = ::write(fd, p, n);
-    if (w < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    p += w;
-    n -= static_cast<size_t>(w);
-  }
-  return true;
-}
-
 // Copies the bytes of a regular file; a new target gets the source's
 // permission bits (less the umask), an existing one is overwritten in place.
 bool copyFile(const char *from, const char *to) {
@@ -178,7 +166,7 @@ bool copyFile(const char *from, const char *to) {
       if (errno == EINTR) continue;
       return false;
     }
-    if (!writeAll(out, buf.get(), static_cast<size_t>(n))) return false;
+    if (!writeFully(out, buf.get(), static_cast<size_t>(n))) return false;
   }
   return outGuard.close();
 }

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "builtins/system.hpp"
-#include "driver/process.hpp"
+#include "io/process.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mhash.hpp"
 

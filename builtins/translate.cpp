@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "builtins/regexp.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 
@@ -36,7 +37,7 @@ std::vector<uint32_t> expandSet(int line, std::string_view set) {
   for (size_t i = 0; i < set.size();) {
     bool escaped = set[i] == '\\' && i + 1 < set.size();
     if (escaped) i++;
-    size_t n = charLength(set, i);
+    size_t n = sjisCharLength(set, i);
     uint32_t code = codeAt(set, i, n);
     units.push_back({code, !escaped && code == '-'});
     i += n;
@@ -94,7 +95,7 @@ void bi_tr(Context &, int line, const Args &a, Value &r) {
   std::string out;
   out.reserve(s.size());
   for (size_t i = 0; i < s.size();) {
-    size_t n = charLength(s, i);
+    size_t n = sjisCharLength(s, i);
     int64_t target = map(codeAt(s, i, n));
     if (target == kKeep) out.append(s, i, n);
     else if (target != kDelete) appendCode(out, static_cast<uint32_t>(target));

@@ -17,7 +17,6 @@ struct DriverState {
   std::vector<std::string> preprocessorOptions;
   std::vector<std::string> scriptArgs;
   std::vector<std::string> inputFiles;
-  size_t nextInput = 0;
   std::string programDir;
   std::string startDir;  // the directory marl was started in, with its trailing '/'
 };

@@ -1,56 +1,24 @@
-// Runners: parse one source and execute it in a fresh context.
+// Runners of source files: parse one (preprocessed or not) and execute it.
 #include "driver/runner.hpp"
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 #include "driver/driver.hpp"
-#include "driver/process.hpp"
-#include "eval/error.hpp"
-#include "eval/evaluator.hpp"
+#include "eval/run.hpp"
 #include "frontend/parse.hpp"
-#include "frontend/symbols.hpp"
+#include "frontend/parse_error.hpp"
+#include "io/process.hpp"
 #include "preprocessor/cpp_main.hpp"
+#include "runtime/interrupt.hpp"
 
 namespace marl {
 
 namespace {
-
-void printError(const char *text) {
-  flushStandardStreams();
-  std::fprintf(stderr, "%s\n", text);
-}
-
-Value execute(const ParseResult &parsed) {
-  if (!parsed.ok) return Value();
-  size_t depth = scopeDepth();
-  Context ctx;
-  Value result;
-  try {
-    evaluateList(ctx, result, parsed.statements);
-    if (ctx.jump == JUMP_RETURN) {
-      result = std::move(ctx.returned);
-      ctx.clearJump();
-    } else if (ctx.jump != JUMP_NONE) {
-      int line = ctx.jumpLine;
-      ctx.clearJump();
-      raise_error(line, "Bad break or continue");
-    }
-  } catch (const ScriptError &e) {
-    printError(e.what());
-    result.setNull();
-  } catch (const MExit &e) {
-    result = e.value;
-  } catch (const std::bad_alloc &) {
-    printError("error: Out of memory");
-    result.setNull();
-  }
-  popScopesTo(depth);
-  return result;
-}
 
 // The message carries its own line feed, so an empty line follows it.
 Value cannotOpen(const std::string &path) {
@@ -89,9 +57,9 @@ Value run_script_file(const std::string &path, const std::string &openDir) {
   ParseResult parsed;
   {
     OpenFrom from(openDir);
-    parsed = parseFile(path, opened);
+    parsed = parseWithin([&] { return parseFile(path, opened); });
   }
-  return opened ? execute(parsed) : cannotOpen(path);
+  return opened ? runParsed(parsed) : cannotOpen(path);
 }
 
 int preprocess_file(const std::string &path, const std::string &out) {
@@ -116,7 +84,8 @@ Value run_preprocessed_file(const std::string &path, const std::string &openDir)
   name.push_back('\0');
   int fd = mkstemp(name.data());
   if (fd < 0) {
-    printError("error: Cannot create a temporary file for the preprocessor");
+    flushStandardStreams();
+    std::fputs("error: Cannot create a temporary file for the preprocessor\n", stderr);
     return Value();
   }
   close(fd);
@@ -131,11 +100,9 @@ Value run_preprocessed_file(const std::string &path, const std::string &openDir)
     return Value();
   }
   bool opened = false;
-  ParseResult parsed = parseFile(out, opened);
+  ParseResult parsed = parseWithin([&] { return parseFile(out, opened); });
   unlink(out.c_str());
-  return opened ? execute(parsed) : cannotOpen(path);
+  return opened ? runParsed(parsed) : cannotOpen(path);
 }
-
-Value run_script_string(std::string_view text) { return execute(parseText(text)); }
 
 }  // namespace marl

@@ -1,7 +1,6 @@
-// Runners: parse one source and execute it in a fresh context.
+// Runners of source files: parse one (preprocessed or not) and execute it.
 #pragma once
 #include <string>
-#include <string_view>
 
 #include "runtime/value.hpp"
 
@@ -10,7 +9,5 @@ namespace marl {
 // `openDir`, when given, is the directory the path is relative to.
 Value run_script_file(const std::string &path, const std::string &openDir = "");
 Value run_preprocessed_file(const std::string &path, const std::string &openDir = "");
-Value run_script_string(std::string_view text);
-
 
 }  // namespace marl

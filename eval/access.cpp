@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "eval/external_access.hpp"
 #include "runtime/conversions.hpp"

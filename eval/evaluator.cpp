@@ -2,30 +2,41 @@
 #include "eval/evaluator.hpp"
 
 #include <cmath>
-#include <unordered_map>
+#include <cstdio>
+#include <cstdlib>
 
 #include "eval/access.hpp"
-#include "eval/error.hpp"
+#include "eval/cleanup.hpp"
 #include "eval/external_access.hpp"
+#include "eval/frames.hpp"
+#include "runtime/error.hpp"
 #include "eval/funcref.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
 #include "frontend/symbols.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/interrupt.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/stack_guard.hpp"
 
 namespace marl {
 
 namespace {
 
-bool strictFlag = false;
+EvaluatorState *current = nullptr;
 constexpr size_t kMaxScopes = 1000;
 
-// Functions defined inside braces get one table entry per definition node,
-// so their static variables persist like those of top-level functions.
-std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
+// Loop iterations and calls left before a run is stopped; 0 is no budget.
+// Once spent it stays spent, so a script cannot catch its way past it.
+uint64_t stepsLeft = 0;
+bool stepBudgetOn = false;
+
+void takeStep(int line) {
+  if (stepsLeft > 0) stepsLeft--;
+  if (stepsLeft == 0) raise_error(line, "Step budget exhausted");
+}
 
 // Arguments live on the C stack for the common small counts.
 class ArgBuffer {
@@ -50,11 +61,14 @@ size_t countList(Node *n) {
   return c;
 }
 
-[[noreturn]] void badBreak(int line) { raise_error(line, "Bad break or continue"); }
+[[noreturn, gnu::cold, gnu::noinline]] void recursionTooDeep(int line) {
+  raise_error(line, "Recursion limit exceeded");
+}
 
 // Consumes a pending break/continue at a loop. Returns true when the loop must
 // end (break here, or a jump that belongs to an outer construct).
 inline bool loopShouldExit(Context &ctx, bool &continuing) {
+  if (stepBudgetOn) takeStep(0);
   continuing = false;
   if (ctx.jump == JUMP_NONE) return false;
   if (ctx.jump == JUMP_RETURN) return true;
@@ -147,11 +161,9 @@ void evalExtern(Node *node) {
 
 // The static table of the running function: the nearest function scope's,
 // made on first use; at the top level, the global scope.
-std::vector<func_data *> runningFunctions;
-
 SymMan *functionStatics(int) {
-  if (runningFunctions.empty()) return globalScope();
-  func_data *fd = runningFunctions.back();
+  if (current->runningFunctions.empty()) return globalScope();
+  func_data *fd = current->runningFunctions.back();
   if (!fd->statics) {
     fd->statics = new SymMan();
     fd->statics->kind = SCOPE_FUNCTION;
@@ -219,7 +231,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
 
 void evalFuncDef(Node *node) {
   FunctionDef *def = node->payload.func;
-  FuncInfo *&info = nestedFunctions[def];
+  FuncInfo *&info = current->nestedFunctions[def];
   if (!info) {
     info = new FuncInfo();
     info->name = def->name;
@@ -270,9 +282,9 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
-  size_t depth = scopeDepth();
+  ScopeGuard scope;
   pushScope(SCOPE_BLOCK);
-  try {
+  {
     Value subject;
     evaluate(ctx, subject, c->a);
     Node *body = c->b;
@@ -300,11 +312,7 @@ void evalSwitch(Context &ctx, Value &result, Node *node) {
         evaluateList(ctx, result, start);
     }
     if (ctx.jump == JUMP_BREAK && --ctx.remaining <= 0) ctx.clearJump();
-  } catch (...) {
-    popScopesTo(depth);
-    throw;
   }
-  popScopesTo(depth);
 }
 
 void evalTry(Context &ctx, Value &result, Node *node) {
@@ -425,10 +433,15 @@ void evalSwap(Context &ctx, Value &result, Node *node) {
 
 }  // namespace
 
-bool strictMode() { return strictFlag; }
+void setStepBudget(uint64_t steps) {
+  stepsLeft = steps;
+  stepBudgetOn = steps > 0;
+}
+
+bool strictMode() { return current->strict; }
 bool setStrictMode(bool on) {
-  bool old = strictFlag;
-  strictFlag = on;
+  bool old = current->strict;
+  current->strict = on;
   return old;
 }
 
@@ -440,7 +453,12 @@ void evaluateList(Context &ctx, Value &result, Node *first) {
 }
 
 void evaluate(Context &ctx, Value &result, Node *node) {
+  // Deep trees (long operator chains) and nested eval recurse here; the C
+  // stack gives out long before memory does.
+  if (stackNearlyFull()) [[unlikely]]
+    recursionTooDeep(node->line);
   maybeCollect();
+  checkInterrupt();  // the one place a signal stops a running script
   switch (node->opcode) {
     case OP_NAME: s_get(ctx, result, node); return;
     case OP_NUMBER: result.setNumber(node->number); return;
@@ -490,16 +508,10 @@ void evaluate(Context &ctx, Value &result, Node *node) {
     case OP_PREDEC: incDec(ctx, result, node, -1, true); return;
     case OP_POSTDEC: incDec(ctx, result, node, -1, false); return;
     case OP_BLOCK: {
-      size_t depth = scopeDepth();
+      ScopeGuard scope;
       pushScope(SCOPE_BLOCK);
-      try {
-        result.setNull();
-        evaluateList(ctx, result, node->left);
-      } catch (...) {
-        popScopesTo(depth);
-        throw;
-      }
-      popScopesTo(depth);
+      result.setNull();
+      evaluateList(ctx, result, node->left);
       return;
     }
     case OP_IF: {
@@ -717,41 +729,23 @@ void evaluate(Context &ctx, Value &result, Node *node) {
 
 void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
   if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  if (stepBudgetOn) takeStep(line);
   if (fd->handler) {
     result.setNull();
     fd->handler(ctx, line, args, result);
     return;
   }
   FunctionDef *def = fd->def;
-  retainVariant(fd);
-  size_t depth = scopeDepth();
+  CallFrame frame(fd);
+  ScopeGuard scopes;
   SymMan *scope = pushScope(SCOPE_FUNCTION);
   scope->statics = fd->statics;
-  runningFunctions.push_back(fd);
-  try {
-    for (size_t i = 0; i < def->params.size(); i++)
-      declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
-    Value body;
-    evaluate(ctx, body, def->body);
-    if (ctx.jump == JUMP_RETURN) {
-      result = std::move(ctx.returned);
-      ctx.clearJump();
-    } else if (ctx.jump != JUMP_NONE) {
-      int jl = ctx.jumpLine;
-      ctx.clearJump();
-      badBreak(jl);
-    } else {
-      result.setNull();
-    }
-  } catch (...) {
-    runningFunctions.pop_back();
-    popScopesTo(depth);
-    releaseVariant(fd);
-    throw;
-  }
-  runningFunctions.pop_back();
-  popScopesTo(depth);
-  releaseVariant(fd);
+  for (size_t i = 0; i < def->params.size(); i++)
+    declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+  Value body;
+  evaluate(ctx, body, def->body);
+  result.setNull();
+  settleJump(ctx, result);
 }
 
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
@@ -787,16 +781,28 @@ void markRoots(MarkStack &stack) {
     for (Symbol *s : scope->symbols)
       if (s->value.object) stack.push_back(s->value.object);
   forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
-  for (auto &entry : nestedFunctions) pushFunctionStatics(entry.second, stack);
+  for (auto &entry : current->nestedFunctions) pushFunctionStatics(entry.second, stack);
 }
 
 }  // namespace
 
-void initEvaluator() { setRootMarker(markRoots); }
-
-void shutdownEvaluator() {
-  for (auto &entry : nestedFunctions) releaseFunc(entry.second);
-  nestedFunctions.clear();
+EvaluatorState::EvaluatorState() {
+  if (current) {
+    std::fputs("Internal error in EvaluatorState: a second state\n", stderr);
+    std::abort();
+  }
+  current = this;
+  setRootMarker(markRoots);
+  setFinalizer(runFinalizer);
 }
+
+EvaluatorState::~EvaluatorState() {
+  setRootMarker(nullptr);
+  setFinalizer(nullptr);
+  for (auto &entry : nestedFunctions) releaseFunc(entry.second);
+  current = nullptr;
+}
+
+EvaluatorState &evaluatorState() { return *current; }
 
 }  // namespace marl

@@ -1,5 +1,9 @@
 // The tree-walking evaluator.
 #pragma once
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
 #include "eval/context.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
@@ -17,13 +21,31 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,
                 const char *who);
 
+// Bounds a run to this many loop iterations and calls, after which every one
+// raises "Step budget exhausted"; 0 (the default) removes the bound. For
+// running untrusted text to completion, as the fuzzers do.
+void setStepBudget(uint64_t steps);
+
 // Process-wide strict-declaration mode.
 bool strictMode();
 bool setStrictMode(bool on);  // returns the previous mode
 
-// Installs the collector's root marker and finalizer; called once at start.
-void initEvaluator();
-// Releases what the evaluator cached (nested functions' tables).
-void shutdownEvaluator();
+// The evaluator's part of the interpreter state. While it exists the
+// collector marks roots and runs handles' finalizers through the evaluator;
+// destroying it releases the functions defined inside braces.
+struct EvaluatorState {
+  bool strict = false;
+  // Functions defined inside braces get one table entry per definition node,
+  // so their static variables persist like those of top-level functions.
+  std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
+  // The script functions being run, innermost last (their static tables).
+  std::vector<func_data *> runningFunctions;
+  bool finalCleanupDone = false;
+  EvaluatorState();
+  ~EvaluatorState();
+  EvaluatorState(const EvaluatorState &) = delete;
+  EvaluatorState &operator=(const EvaluatorState &) = delete;
+};
+EvaluatorState &evaluatorState();
 
 }  // namespace marl

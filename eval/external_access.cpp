@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"
 

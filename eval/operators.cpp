@@ -5,7 +5,7 @@
 #include <cstring>
 #include <unordered_set>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mstring.hpp"

@@ -1,6 +1,6 @@
 // comobj(), comget() and dotnet(): automation objects.
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "external/dotnet_bridge.hpp"
 #include "runtime/mstring.hpp"
 

@@ -2,7 +2,7 @@
 // loading assemblies and creating objects.
 #include "external/dotnet_bridge.hpp"
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 
 #ifdef MARL_HAVE_MONO
 #include <mono/jit/jit.h>

@@ -13,7 +13,7 @@
 #include <deque>
 #include <strings.h>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/encoding.hpp"
 #include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "external/c_declaration.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/external_object.hpp"

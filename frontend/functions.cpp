@@ -1,14 +1,18 @@
 // The function table and overload choice.
 #include "frontend/functions.hpp"
 
-#include "eval/error.hpp"
+#include <cstdio>
+#include <cstdlib>
+
 #include "frontend/symbols.hpp"
+#include "runtime/error.hpp"
 
 namespace marl {
 
 namespace {
 
-std::map<std::string, FuncInfo *, std::less<>> table;
+FunctionTable *current = nullptr;
+// Process-wide and never reset, so a call site's cache cannot match a later table.
 uint32_t generation = 1;
 
 FuncInfo *infoFor(Name *name) {
@@ -16,7 +20,7 @@ FuncInfo *infoFor(Name *name) {
   FuncInfo *f = new FuncInfo();
   f->name = name;
   name->func = f;
-  table.emplace(name->text, f);
+  current->entries.emplace(name->text, f);
   return f;
 }
 
@@ -76,8 +80,8 @@ void defineFunction(FunctionDef *def) {
 FuncInfo *findFunction(Name *name) { return name->func; }
 
 FuncInfo *findFunction(std::string_view name) {
-  auto it = table.find(name);
-  return it == table.end() ? nullptr : it->second;
+  auto it = current->entries.find(name);
+  return it == current->entries.end() ? nullptr : it->second;
 }
 
 uint32_t functionGeneration() { return generation; }
@@ -92,16 +96,29 @@ int mainKind() {
 
 void clearFunctions() {
   // Entries still referred to by function references stay alive, detached.
-  for (auto &entry : table) {
+  for (auto &entry : current->entries) {
     FuncInfo *f = entry.second;
     if (f->name && f->name->func == f) f->name->func = nullptr;
     f->name = nullptr;
     releaseFunc(f);
   }
-  table.clear();
+  current->entries.clear();
   generation++;
 }
 
-const std::map<std::string, FuncInfo *, std::less<>> &functionTable() { return table; }
+const std::map<std::string, FuncInfo *, std::less<>> &functionTable() { return current->entries; }
+
+FunctionTable::FunctionTable() {
+  if (current) {
+    std::fputs("Internal error in FunctionTable: a second table\n", stderr);
+    std::abort();
+  }
+  current = this;
+}
+
+FunctionTable::~FunctionTable() {
+  clearFunctions();
+  current = nullptr;
+}
 
 }  // namespace marl

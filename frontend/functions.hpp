@@ -50,6 +50,16 @@ void releaseVariant(func_data *d);
 void retainFunc(FuncInfo *f);
 void releaseFunc(FuncInfo *f);  // "Internal error in FuncInfo::release()" below zero
 
+// The function table of the interpreter state. While it exists it is the
+// table the operations below work on; destroying it clears it.
+struct FunctionTable {
+  std::map<std::string, FuncInfo *, std::less<>> entries;
+  FunctionTable();
+  ~FunctionTable();
+  FunctionTable(const FunctionTable &) = delete;
+  FunctionTable &operator=(const FunctionTable &) = delete;
+};
+
 // Adds a variant, replacing one of equal arity.
 void registerFunction(const char *name, int32_t arity, BuiltinHandler handler);
 void defineFunction(FunctionDef *def);  // a script function at the top level

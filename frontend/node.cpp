@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frontend/scanner.hpp"
+#include "runtime/regexp.hpp"
 
 namespace marl {
 
@@ -27,7 +28,6 @@ NodeArena &arena() {
   return a;
 }
 
-void (*releaseCompiled)(void *) = nullptr;
 
 void freePayload(Node &n) {
   switch (n.opcode) {
@@ -35,8 +35,7 @@ void freePayload(Node &n) {
       delete n.payload.str;
       break;
     case OP_REGEX:
-      if (n.payload.regex && n.payload.regex->compiled && releaseCompiled)
-        releaseCompiled(n.payload.regex->compiled);
+      if (n.payload.regex && n.payload.regex->compiled) n.payload.regex->compiled->release();
       delete n.payload.regex;
       break;
     case OP_IF: case OP_WHILE: case OP_DO: case OP_FOR: case OP_FOREACH: case OP_TRY:
@@ -87,7 +86,6 @@ void freeAllNodes() {
   a.used = kChunkNodes;
 }
 
-void setCompiledRegexReleaser(void (*release)(void *compiled)) { releaseCompiled = release; }
 
 int enterFileName(const std::string &name) {
   FileNames &f = fileNames();

@@ -30,6 +30,7 @@ enum Op : int32_t {
   OP_SHL_ASSIGN = 89, OP_USHR_ASSIGN = 90,
 };
 
+class RegExp;
 struct token_tag__;
 using Node = token_tag__;
 
@@ -40,7 +41,7 @@ struct StringLit {
 struct RegexLit {
   std::string pattern;
   int flags = 0;  // 1 ignore case, 2 multi-line
-  void *compiled = nullptr;  // owned by the regular-expression module, made on first use
+  RegExp *compiled = nullptr;  // one count held by the node, made on first use
 };
 // Child slots of control nodes:
 //   if: a cond, b then, c else      while/do: a cond, b body
@@ -94,8 +95,6 @@ struct token_tag__ {
 Node *newNode(int opcode);
 // Frees every node (and its payload) at once.
 void freeAllNodes();
-// Set by the regular-expression module, which owns RegexLit::compiled.
-void setCompiledRegexReleaser(void (*release)(void *compiled));
 
 // The file-name list: each source name entered once, referred to by index.
 int enterFileName(const std::string &name);

@@ -24,7 +24,7 @@ void marl_yyerror(const char *message);
 %code {
 #include <cstring>
 
-#include "eval/error.hpp"
+#include "frontend/parse_error.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/names.hpp"
 #include "frontend/parse.hpp"

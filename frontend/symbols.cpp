@@ -1,21 +1,21 @@
 // The scope stack and variable lookup.
 #include "frontend/symbols.hpp"
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace marl {
 
 namespace {
 
-std::vector<SymMan *> stack;
-// Popped scopes and symbols are kept for reuse: blocks inside loops push and
-// pop a scope on every pass.
-std::vector<SymMan *> freeScopes;
-std::vector<Symbol *> freeSymbols;
+ScopeStack *current = nullptr;
+inline ScopeStack &cur() { return *current; }
 
 Symbol *newSymbol(Name *name, bool refersToGlobal) {
   Symbol *s;
-  if (!freeSymbols.empty()) {
-    s = freeSymbols.back();
-    freeSymbols.pop_back();
+  if (!cur().freeSymbols.empty()) {
+    s = cur().freeSymbols.back();
+    cur().freeSymbols.pop_back();
     s->name = name;
     s->refersToGlobal = refersToGlobal;
   } else {
@@ -32,60 +32,73 @@ void SymMan::clear() {
   for (Symbol *s : symbols) {
     if (kind == SCOPE_GLOBAL && s->name->global == s) s->name->global = nullptr;
     s->value.setNull();
-    // After teardown has emptied the stack, nothing is pooled any more.
-    if (!stack.empty() && freeSymbols.size() < 4096)
-      freeSymbols.push_back(s);
+    // Once the stack is empty or gone (teardown), nothing is pooled any more.
+    if (current && !current->scopes.empty() && current->freeSymbols.size() < 4096)
+      current->freeSymbols.push_back(s);
     else
       delete s;
   }
   symbols.clear();
 }
 
+ScopeStack::ScopeStack() {
+  if (current) {
+    std::fputs("Internal error in ScopeStack: a second stack\n", stderr);
+    std::abort();
+  }
+  current = this;
+}
+
+ScopeStack::~ScopeStack() {
+  popScopesTo(0);
+  current = nullptr;
+}
+
 void pushGlobalScope() {
   SymMan *g = new SymMan();
   g->kind = SCOPE_GLOBAL;
-  stack.push_back(g);
+  cur().scopes.push_back(g);
 }
 
 SymMan *pushScope(int kind) {
   SymMan *s;
-  if (!freeScopes.empty()) {
-    s = freeScopes.back();
-    freeScopes.pop_back();
+  if (!cur().freeScopes.empty()) {
+    s = cur().freeScopes.back();
+    cur().freeScopes.pop_back();
   } else {
     s = new SymMan();
   }
   s->kind = kind;
   s->statics = nullptr;
-  stack.push_back(s);
+  cur().scopes.push_back(s);
   return s;
 }
 
 void popScopesTo(size_t depth) {
-  while (stack.size() > depth) {
-    SymMan *s = stack.back();
-    stack.pop_back();
+  while (cur().scopes.size() > depth) {
+    SymMan *s = cur().scopes.back();
+    cur().scopes.pop_back();
     s->clear();
     if (s->kind == SCOPE_GLOBAL) {
       delete s;
-    } else if (freeScopes.size() < 1024) {
-      freeScopes.push_back(s);
+    } else if (cur().freeScopes.size() < 1024) {
+      cur().freeScopes.push_back(s);
     } else {
       delete s;
     }
   }
-  if (stack.empty()) {
-    for (SymMan *s : freeScopes) delete s;
-    freeScopes.clear();
-    for (Symbol *s : freeSymbols) delete s;
-    freeSymbols.clear();
+  if (cur().scopes.empty()) {
+    for (SymMan *s : cur().freeScopes) delete s;
+    cur().freeScopes.clear();
+    for (Symbol *s : cur().freeSymbols) delete s;
+    cur().freeSymbols.clear();
   }
 }
 
-size_t scopeDepth() { return stack.size(); }
-SymMan *innermostScope() { return stack.back(); }
-SymMan *globalScope() { return stack.front(); }
-const std::vector<SymMan *> &scopeStack() { return stack; }
+size_t scopeDepth() { return cur().scopes.size(); }
+SymMan *innermostScope() { return cur().scopes.back(); }
+SymMan *globalScope() { return cur().scopes.front(); }
+const std::vector<SymMan *> &scopeStack() { return cur().scopes; }
 
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal) {
   name = varName(name);
@@ -99,14 +112,14 @@ Symbol *findGlobal(Name *name) { return varName(name)->global; }
 
 Symbol *lookupVariable(Name *name) {
   name = varName(name);
-  for (size_t i = stack.size(); i-- > 1;) {
-    SymMan *scope = stack[i];
+  for (size_t i = cur().scopes.size(); i-- > 1;) {
+    SymMan *scope = cur().scopes[i];
     Symbol *s = scope->findHere(name);
     if (!s && scope->statics) s = scope->statics->findHere(name);
     if (s) {
       if (!s->refersToGlobal) return s;
       Symbol *g = name->global;
-      if (!g) g = declare(stack.front(), name, true);
+      if (!g) g = declare(cur().scopes.front(), name, true);
       return g;
     }
     if (scope->kind == SCOPE_FUNCTION) break;

@@ -30,6 +30,20 @@ struct SymMan {
   ~SymMan() { clear(); }
 };
 
+// The scope stack of the interpreter state, with pools of popped scopes and
+// symbols (blocks inside loops push and pop a scope on every pass). While it
+// exists it is the stack the operations below work on; destroying it drops
+// every scope.
+struct ScopeStack {
+  std::vector<SymMan *> scopes;
+  std::vector<SymMan *> freeScopes;
+  std::vector<Symbol *> freeSymbols;
+  ScopeStack();
+  ~ScopeStack();
+  ScopeStack(const ScopeStack &) = delete;
+  ScopeStack &operator=(const ScopeStack &) = delete;
+};
+
 // Scope stack operations.
 void pushGlobalScope();
 SymMan *pushScope(int kind);

@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "graphics/picture_file.hpp"
 #include "graphics/raster.hpp"
 #include "graphics/session.hpp"

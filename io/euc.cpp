@@ -3,6 +3,7 @@
 
 #include "io/encoding.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 
@@ -15,7 +16,11 @@ std::string sjisToEuc(std::string_view s) {
   for (size_t i = 0; i < n; i++) {
     unsigned s1 = p[i];
     if (s1 < 0x80) {
-      out.push_back(static_cast<char>(s1));
+      // Runs of ASCII (most of any script) are copied whole.
+      size_t run = i + 1;
+      while (run < n && p[run] < 0x80) run++;
+      out.append(s.data() + i, run - i);
+      i = run - 1;
       continue;
     }
     if (isLeadByte(static_cast<unsigned char>(s1)) && i + 1 < n && isTrailByte(p[i + 1])) {

@@ -22,9 +22,20 @@ std::string_view untilNul(std::string_view s) {
 std::unique_ptr<EucFile> EucFile::fromPath(const std::string &path) {
   Stream in;
   if (!in.open(path, "r")) return nullptr;
+  // Reading stops at the first NUL, where the text ends anyway: a device
+  // such as /dev/zero is an empty script, not an endless read.
+  constexpr size_t kChunk = 1 << 16;
   std::string raw;
-  if (!in.readAll(raw)) return nullptr;
-  return fromText(raw);
+  for (;;) {
+    size_t before = raw.size();
+    size_t n = in.read(raw, kChunk);
+    if (std::memchr(raw.data() + before, 0, n) || n < kChunk) break;
+  }
+  if (in.error()) return nullptr;
+  // A UTF-8 byte-order mark that an editor put first is no part of the script.
+  std::string_view body(raw);
+  if (body.starts_with("\xEF\xBB\xBF")) body.remove_prefix(3);
+  return fromText(body);
 }
 
 std::unique_ptr<EucFile> EucFile::fromText(std::string_view text) {

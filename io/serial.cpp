@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/memory_limit.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

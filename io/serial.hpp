@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "io/bstream.hpp"
+#include "runtime/bstream.hpp"
 #include "runtime/value.hpp"
 
 namespace marl {

@@ -1,7 +1,10 @@
 // Buffered byte streams on POSIX descriptors.
 #include "io/stream.hpp"
 
+#include "runtime/interrupt.hpp"
+
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,6 +59,8 @@ bool parseMode(std::string_view mode, OpenMode &m) {
   return true;
 }
 
+}  // namespace
+
 bool writeFully(int fd, const char *p, size_t n) {
   while (n > 0) {
     ssize_t k = ::write(fd, p, n);
@@ -68,8 +73,6 @@ bool writeFully(int fd, const char *p, size_t n) {
   }
   return true;
 }
-
-}  // namespace
 
 Stream::~Stream() {
   if (owned_)
@@ -187,16 +190,26 @@ bool Stream::refill(bool lookahead) {
     return false;
   }
   ssize_t k;
-  do k = ::read(fd_, buf_.get(), kBufferSize);
-  while (k < 0 && errno == EINTR);
+  // A signal meant to stop the script ends the wait instead of restarting
+  // it. The wait is polled in steps, so a signal that comes just before the
+  // read is seen as well (files are always ready: no cost there).
+  for (;;) {
+    k = -1;
+    if (interruptPending()) break;
+    pollfd p{fd_, POLLIN, 0};
+    int ready = ::poll(&p, 1, 200);
+    if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
+    k = ::read(fd_, buf_.get(), kBufferSize);
+    if (k >= 0 || errno != EINTR) break;
+  }
   if (k > 0) {
     end_ = static_cast<size_t>(k);
     if (off_ >= 0) off_ += k;
     return true;
   }
-  if (k < 0)
-    error_ = true;
-  else if (lookahead)
+  if (k < 0) {
+    if (!interruptPending()) error_ = true;  // an interrupted wait can be retried later
+  } else if (lookahead)
     endSeen_ = true;  // the CR before it is still to be returned
   else
     eof_ = true;

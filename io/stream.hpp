@@ -8,6 +8,10 @@
 
 namespace marl {
 
+// Writes all n bytes to a descriptor, retrying short and interrupted writes;
+// false on an error.
+bool writeFully(int fd, const char *p, size_t n);
+
 class Stream {
  public:
   Stream() = default;

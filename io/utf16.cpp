@@ -7,6 +7,7 @@
 
 #include "io/encoding.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 

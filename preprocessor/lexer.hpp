@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "runtime/sjis.hpp"
+
 namespace marl::pp {
 
 enum class Tok : std::uint8_t {
@@ -68,10 +70,7 @@ inline bool is_ident_char(char c) {
 // Length of the character at p: 2 for a Shift_JIS lead byte with its trail byte, else 1. A
 // trail byte may be 0x5C, which must not be taken for a backslash.
 inline int char_length(const char *p, const char *end) {
-  unsigned char c = static_cast<unsigned char>(*p);
-  if (!((c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC)) || p + 1 >= end) return 1;
-  unsigned char t = static_cast<unsigned char>(p[1]);
-  return t >= 0x40 && t <= 0xFC && t != 0x7F ? 2 : 1;
+  return static_cast<int>(sjisCharLength(std::string_view(p, static_cast<size_t>(end - p)), 0));
 }
 
 }  // namespace marl::pp

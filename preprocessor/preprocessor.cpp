@@ -96,6 +96,8 @@ Preprocessor::Open Preprocessor::open_file(const std::string &path, File &f, std
   ::close(fd);
   f.pos = f.data->data();
   f.end = f.pos + f.data->size();
+  // Editors that save UTF-8 may put a byte-order mark first; it is no part of the script.
+  if (f.end - f.pos >= 3 && std::memcmp(f.pos, "\xEF\xBB\xBF", 3) == 0) f.pos += 3;
   return Open::Ok;
 }
 

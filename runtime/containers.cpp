@@ -1,5 +1,5 @@
 // Storage rules of strings, arrays and hashes, and their byte format.
-#include "io/bstream.hpp"
+#include "runtime/bstream.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/format.hpp"
 #include "runtime/mstring.hpp"
@@ -16,14 +16,7 @@ namespace {
 
 const char kDefaultFormat[] = "%.10g";
 
-std::string &formatSlot() {
-  static std::string fmt = kDefaultFormat;
-  return fmt;
-}
-bool usingDefaultFormat = true;
-// Set while the number format is being applied: a format such as "%s" would
-// otherwise render its number through itself without end.
-bool inNumberFormat = false;
+NumberFormat *current = nullptr;
 
 // Writes the default rendering of a finite number; buf holds at least 32 bytes.
 size_t defaultNumber(char *buf, double d) {
@@ -53,19 +46,20 @@ void appendNumber(std::string &out, double d) {
     out += "NaN";
   } else if (std::isinf(d)) {
     out += d > 0 ? "+Inf" : "-Inf";
-  } else if (usingDefaultFormat || inNumberFormat) {
+  } else if (current->isDefault || current->applying) {
     char buf[32];
     out.append(buf, defaultNumber(buf, d));
   } else {
-    inNumberFormat = true;
+    NumberFormat &f = *current;
+    f.applying = true;
     Value arg = Value::num(d);
     try {
-      out += format_values(formatSlot(), &arg, 1, 0);
+      out += format_values(f.text, &arg, 1, 0);
     } catch (...) {
-      inNumberFormat = false;
+      f.applying = false;
       throw;
     }
-    inNumberFormat = false;
+    f.applying = false;
   }
 }
 
@@ -83,12 +77,15 @@ void appendObjectTag(std::string &out, const MRef *o) {
 
 }  // namespace
 
-const std::string &numberFormat() { return formatSlot(); }
+NumberFormat::NumberFormat() : text(kDefaultFormat) { current = this; }
+NumberFormat::~NumberFormat() { current = nullptr; }
+
+const std::string &numberFormat() { return current->text; }
 
 std::string setNumberFormat(std::string fmt) {
-  usingDefaultFormat = fmt == kDefaultFormat;
-  std::string old = std::move(formatSlot());
-  formatSlot() = std::move(fmt);
+  current->isDefault = fmt == kDefaultFormat;
+  std::string old = std::move(current->text);
+  current->text = std::move(fmt);
   return old;
 }
 

@@ -35,12 +35,21 @@ Value toUint32Value(const Value &v);
 Value toNumberValue(const Value &v);
 Value toNumberOrNull(const Value &v);
 
-// The process-wide number format, initially "%.10g".
+// The number format, part of the interpreter state: "%.10g" until format()
+// changes it. While it exists it is the one numbers are rendered with.
+struct NumberFormat {
+  std::string text;
+  bool isDefault = true;
+  // Set while the format is being applied: a format such as "%s" would
+  // otherwise render its number through itself without end.
+  bool applying = false;
+  NumberFormat();
+  ~NumberFormat();
+  NumberFormat(const NumberFormat &) = delete;
+  NumberFormat &operator=(const NumberFormat &) = delete;
+};
+
 const std::string &numberFormat();
 std::string setNumberFormat(std::string fmt);  // returns the previous one
-
-// Shift_JIS byte classes of the internal encoding.
-inline bool isLeadByte(unsigned char c) { return (c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC); }
-inline bool isTrailByte(unsigned char c) { return (c >= 0x40 && c <= 0x7E) || (c >= 0x80 && c <= 0xFC); }
 
 }  // namespace marl

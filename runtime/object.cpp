@@ -3,21 +3,23 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
 
 namespace marl {
 
-MObjMan objman;
+namespace detail {
+MObjMan *currentRegistry = nullptr;
+}
 
 namespace {
 
 RootMarker rootMarker = nullptr;
 Finalizer finalizer = nullptr;
-bool finalCleanupDone = false;
 
 void unlink(MRef *o) {
   o->prev->next = o->next;
@@ -36,12 +38,12 @@ void markFrom(MarkStack &stack) {
 }
 
 void markPhase() {
-  for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next)
+  for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next)
     static_cast<MRef *>(l)->marked = false;
   MarkStack stack;
   if (rootMarker) rootMarker(stack);
   markFrom(stack);
-  for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next) {
+  for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
     MRef *o = static_cast<MRef *>(l);
     if (o->locks != 0 && !o->marked) {
       stack.push_back(o);
@@ -50,21 +52,16 @@ void markPhase() {
   }
 }
 
-void finalize(MHandle *h) {
-  if (h->finalized) return;
-  h->finalized = true;
-  if (finalizer) finalizer(h);
-}
-
 }  // namespace
 
 MRef::MRef(ObjType t) : type(t) {
-  RegistryLink *last = objman.head.prev;
+  MObjMan &r = registry();
+  RegistryLink *last = r.head.prev;
   prev = last;
-  next = &objman.head;
+  next = &r.head;
   last->next = this;
-  objman.head.prev = this;
-  objman.count++;
+  r.head.prev = this;
+  r.count++;
 }
 
 MRef::~MRef() {
@@ -74,99 +71,94 @@ MRef::~MRef() {
     return;
   }
   unlink(this);
-  objman.count--;
+  registry().count--;
 }
 
 void counterUnderflow(const char *which) { raise_error(0, "%s", which); }
 
 void destroyObject(MRef *o) {
-  if (objman.draining) {
-    objman.pendingFree.push_back(o);
+  if (registry().draining) {
+    registry().pendingFree.push_back(o);
     return;
   }
-  objman.draining = true;
+  registry().draining = true;
   delete o;
-  while (!objman.pendingFree.empty()) {
-    MRef *p = objman.pendingFree.back();
-    objman.pendingFree.pop_back();
+  while (!registry().pendingFree.empty()) {
+    MRef *p = registry().pendingFree.back();
+    registry().pendingFree.pop_back();
     delete p;
   }
-  objman.draining = false;
+  registry().draining = false;
 }
 
 void setRootMarker(RootMarker m) { rootMarker = m; }
 void setFinalizer(Finalizer f) { finalizer = f; }
 
+void finalizeHandle(MHandle *h) {
+  if (h->finalized) return;
+  h->finalized = true;
+  if (finalizer) finalizer(h);
+}
+
 void collect(bool runFinalizers) {
-  if (objman.collecting) return;
-  objman.collecting = true;
+  if (registry().collecting) return;
+  registry().collecting = true;
   try {
     markPhase();
     if (runFinalizers) {
       std::vector<MHandle *> due;
-      for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next) {
+      for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
         MRef *o = static_cast<MRef *>(l);
         if (o->type == ObjType::Handle && !o->marked && !static_cast<MHandle *>(o)->finalized)
           due.push_back(static_cast<MHandle *>(o));
       }
-      for (MHandle *h : due) finalize(h);
+      for (MHandle *h : due) finalizeHandle(h);
       if (!due.empty()) markPhase();
     }
   } catch (...) {
-    objman.collecting = false;
+    registry().collecting = false;
     throw;
   }
   // While sweeping, holders release nothing: a swept object's references to
   // survivors are simply dropped, so every destruction is independent and
   // the walk can keep its place instead of restarting.
-  objman.sweeping = true;
-  RegistryLink *l = objman.head.next;
-  while (l != &objman.head) {
+  registry().sweeping = true;
+  RegistryLink *l = registry().head.next;
+  while (l != &registry().head) {
     RegistryLink *next = l->next;
     MRef *o = static_cast<MRef *>(l);
     if (!o->marked) delete o;
     l = next;
   }
-  objman.sweeping = false;
-  objman.collecting = false;
+  registry().sweeping = false;
+  registry().collecting = false;
 }
 
 void collectAndAdjust() {
   collect(true);
-  size_t c = objman.count;
+  size_t c = registry().count;
   if (c < 16)
-    objman.threshold = c + 16;
+    registry().threshold = c + 16;
   else if (c < 100000)
-    objman.threshold = 2 * c;
+    registry().threshold = 2 * c;
   else
-    objman.threshold = c + 100000;
+    registry().threshold = c + 100000;
 }
 
-void finalCleanup() {
-  if (finalCleanupDone) return;
-  finalCleanupDone = true;
-  std::vector<MHandle *> handles;
-  for (RegistryLink *l = objman.head.next; l != &objman.head; l = l->next) {
-    MRef *o = static_cast<MRef *>(l);
-    if (o->type == ObjType::Handle && !static_cast<MHandle *>(o)->finalized)
-      handles.push_back(static_cast<MHandle *>(o));
+MObjMan::MObjMan() {
+  head.prev = head.next = &head;
+  if (detail::currentRegistry) {
+    std::fputs("Internal error in MObjMan: a second registry\n", stderr);
+    std::abort();
   }
-  for (MHandle *h : handles) {
-    try {
-      finalize(h);
-    } catch (const ScriptError &e) {
-      std::fprintf(stderr, "%s [in final cleanup]\n", e.what());
-    } catch (const MExit &e) {
-      std::fprintf(stderr, "error [line:%d]: Cannot exit in final cleanup [in final cleanup]\n",
-                   e.line);
-    }
-  }
+  detail::currentRegistry = this;
 }
 
-void releaseAllObjects() {
-  objman.sweeping = true;
-  while (objman.head.next != &objman.head) delete static_cast<MRef *>(objman.head.next);
-  objman.sweeping = false;
+MObjMan::~MObjMan() {
+  // While sweeping, holders release nothing, so every object goes exactly once.
+  sweeping = true;
+  while (head.next != &head) delete static_cast<MRef *>(head.next);
+  detail::currentRegistry = nullptr;
 }
 
 bool truth(const Value &v) {

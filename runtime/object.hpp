@@ -42,20 +42,29 @@ class MRef : public RegistryLink {
 
 // The registry. Objects sit in an intrusive list, so entering and leaving it
 // is O(1); its order (creation order) is not observable by scripts.
+// One lives in the interpreter state; while it exists it is the registry every
+// object enters, and destroying it is the last release of every object left.
 struct MObjMan {
   RegistryLink head;  // sentinel of the circular list
   size_t count = 0;
   size_t threshold = 16;
   bool collecting = false;
   bool sweeping = false;
-  bool draining = false;               // freeing objects whose counters reached 0
-  std::vector<MRef *> pendingFree;     // freed iteratively, never recursively
-  MObjMan() { head.prev = head.next = &head; }
+  bool draining = false;            // freeing objects whose counters reached 0
+  std::vector<MRef *> pendingFree;  // freed iteratively, never recursively
+  MObjMan();
+  ~MObjMan();
+  MObjMan(const MObjMan &) = delete;
+  MObjMan &operator=(const MObjMan &) = delete;
 };
 
-extern MObjMan objman;
+namespace detail {
+extern MObjMan *currentRegistry;
+}
+// The registry of the interpreter state; one exists while scripts can run.
+inline MObjMan &registry() { return *detail::currentRegistry; }
 
-inline bool sweepingNow() { return objman.sweeping; }
+inline bool sweepingNow() { return registry().sweeping; }
 
 // Destroys an object whose counters both reached 0. Nested containers are
 // freed from a work list, so a long chain does not recurse.
@@ -84,34 +93,38 @@ inline bool Value::is(ObjType t) const { return object && object->type == t; }
 using RootMarker = void (*)(MarkStack &);
 void setRootMarker(RootMarker m);
 
-// Runs a finalizer; installed by the evaluator (it calls script functions).
+// Runs a handle's finalizer function; installed by the evaluator, which is
+// what can call script functions.
 class MHandle;
 using Finalizer = void (*)(MHandle *);
 void setFinalizer(Finalizer f);
+// Finalizes a handle at most once: sets its flag, then runs the finalizer.
+void finalizeHandle(MHandle *h);
 
 void collect(bool runFinalizers);
 // An automatic collection, then the next threshold from the live count.
 void collectAndAdjust();
 inline void maybeCollect() {
-  if (objman.count >= objman.threshold && !objman.collecting) collectAndAdjust();
+  if (registry().count >= registry().threshold && !registry().collecting) collectAndAdjust();
 }
-// Finalizes every handle not yet finalized; errors are printed and skipped.
-void finalCleanup();
-// Destroys every remaining object (the last step of teardown).
-void releaseAllObjects();
 
 // Truth test: NaN, 0, null, "", empty array and empty hash are false.
 bool truth(const Value &v);
 
 // An object with a finalizer: no built-in creates one, but the collector and
-// the final cleanup honour it.
+// the final cleanup honour it (see eval/cleanup.hpp).
 class MHandle : public MRef {
  public:
   bool finalized = false;
-  Value finalizer;  // an MFuncRef
-  Value argument;
+  // Held like container elements, so a handle in a cycle is still collected.
+  HeldValue finalizer;  // an MFuncRef
+  HeldValue argument;
   MHandle() : MRef(ObjType::Handle) {}
   const char *typeName() const override { return "handle"; }
+  void pushChildren(MarkStack &stack) const override {
+    if (finalizer.object) stack.push_back(finalizer.object);
+    if (argument.object) stack.push_back(argument.object);
+  }
 };
 
 }  // namespace marl

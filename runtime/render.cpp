@@ -4,6 +4,7 @@
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "runtime/sjis.hpp"
 
 namespace marl {
 
@@ -28,8 +29,7 @@ void appendQuoted(std::string &out, std::string_view bytes) {
   out += '"';
   for (size_t i = 0; i < bytes.size(); i++) {
     unsigned char c = static_cast<unsigned char>(bytes[i]);
-    if (isLeadByte(c) && i + 1 < bytes.size() &&
-        isTrailByte(static_cast<unsigned char>(bytes[i + 1]))) {
+    if (sjisCharLength(bytes, i) == 2) {
       out.append(bytes.data() + i, 2);
       i++;
       continue;

@@ -2,7 +2,7 @@
 # Installs the Debian packages the build and the tests need, only those missing.
 set -euo pipefail
 pkgs=(cmake g++ make ninja-build flex bison libgtest-dev libgmock-dev libonig-dev
-      libedit-dev pkg-config clang libclang-rt-14-dev
+      libedit-dev pkg-config clang libclang-rt-14-dev clang-format-14 python3
       libffi-dev libmono-2.0-dev mono-runtime mono-mcs
       libgtk-3-dev fonts-dejavu-core xvfb xdotool imagemagick)
 [ "${1:-}" = "--bench" ] && pkgs+=(libbenchmark-dev lua5.4 perl python3 hyperfine time valgrind)

@@ -3,15 +3,15 @@
 #include <cstdint>
 #include <string_view>
 
-#include "eval/error.hpp"
-#include "frontend/functions.hpp"
+#include "driver/interpreter.hpp"
 #include "frontend/parse.hpp"
+#include "frontend/parse_error.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Top-level definitions enter the function table: every run gets a fresh
+  // interpreter state, whose destruction frees the tree and the table.
+  marl::Interpreter state;
   marl::parseText(std::string_view(reinterpret_cast<const char *>(data), size));
-  // Top-level definitions went to the function table; every run starts empty.
-  marl::clearFunctions();
-  marl::freeAllNodes();
   marl::reset_parse_error_count();
   return 0;
 }

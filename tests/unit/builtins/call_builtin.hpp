@@ -9,7 +9,7 @@
 
 #include "builtins/registry.hpp"
 #include "eval/context.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/mstring.hpp"
 
 namespace marl::test {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/mstring.hpp"
 
 namespace marl {

@@ -9,6 +9,7 @@
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "tests/unit/builtins/call_builtin.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -23,8 +24,7 @@ const std::string kA = "\x82\xa0";
 
 class Regexp : public ::testing::Test {
  protected:
-  void SetUp() override { pushGlobalScope(); }
-  void TearDown() override { popScopesTo(0); }
+  void SetUp() override { test::freshInterpreter(); }
 
   static Value call(const char *name, const std::vector<Value> &args) {
     return test::callBuiltin(regexpBuiltins(), name, args);

@@ -7,7 +7,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -30,8 +33,10 @@ class PtySession {
   ~PtySession() {
     if (pid_ > 0) {
       close(fd_);
-      int status;
-      waitpid(pid_, &status, 0);
+      if (waitFor() < 0) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+      }
     }
     if (!home_.empty()) {
       unlink((home_ + "/.marl_history").c_str());
@@ -39,12 +44,38 @@ class PtySession {
     }
   }
   bool ok() const { return pid_ > 0; }
+  pid_t pid() const { return pid_; }
+  // The exit status, or -1 when the process has not ended within the time.
+  int waitFor(int ms = 30000) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    int status;
+    while (std::chrono::steady_clock::now() < end) {
+      pid_t r = waitpid(pid_, &status, WNOHANG);
+      if (r == pid_) {
+        pid_ = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status);
+      }
+      if (r < 0) return -1;
+      readUntil("\x01", 50);  // keep the terminal drained
+    }
+    return -1;
+  }
+  std::string history() const {
+    std::ifstream in(home_ + "/.marl_history");
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+  // What has arrived since the last mark.
+  void mark() { from_ = seen_.size(); }
+  std::string sinceMark() const { return seen_.substr(from_); }
   void send(const std::string &s) { ASSERT_EQ(write(fd_, s.data(), s.size()), (ssize_t)s.size()); }
   // Reads until `needle` has appeared or the time runs out.
   // Generous: a sanitizer build on a loaded machine starts slowly.
   std::string readUntil(const std::string &needle, int ms = 30000) {
     auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-    while (seen_.find(needle) == std::string::npos && std::chrono::steady_clock::now() < end) {
+    while (seen_.find(needle, from_) == std::string::npos &&
+           std::chrono::steady_clock::now() < end) {
       pollfd p{fd_, POLLIN, 0};
       if (poll(&p, 1, 100) <= 0) continue;
       char buf[512];
@@ -71,6 +102,7 @@ class PtySession {
   pid_t pid_ = -1;
   std::string home_;
   std::string seen_;
+  size_t from_ = 0;
 };
 
 TEST(ConsolePty, EditedLineRunsAsCorrected) {
@@ -86,6 +118,90 @@ TEST(ConsolePty, EditedLineRunsAsCorrected) {
   std::string out = s.readUntil("true");
   EXPECT_NE(out.find("\n4\r\n"), std::string::npos) << out;
   s.send(".quit\r");
+}
+
+TEST(ConsolePty, CtrlCAtThePromptDropsTheLine) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  s.readUntil(">");
+  s.send("print(\"dropped\")");
+  s.readUntil("dropped\")");
+  s.mark();
+  s.send("\x03");
+  s.readUntil("\n>");
+  s.send("print(\"kept\")\r");
+  std::string out = s.readUntil("kept\r\n");
+  EXPECT_NE(s.sinceMark().find("kept\r\n"), std::string::npos) << out;
+  EXPECT_EQ(s.sinceMark().find("dropped\r\n"), std::string::npos) << out;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+TEST(ConsolePty, CtrlCStopsACommandAndKeepsVariables) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  s.readUntil(">");
+  s.send("n = 41\r");
+  s.readUntil("\n41\r\n");
+  s.send("while (1) n = n;\r");
+  // The loop runs once its line has been echoed back.
+  s.readUntil("n = n;\r\n");
+  s.send("\x03");
+  std::string out = s.readUntil("error: Interrupted");
+  ASSERT_NE(out.find("error: Interrupted"), std::string::npos) << out;
+  s.send("print(n + 1)\r");
+  out = s.readUntil("42");
+  EXPECT_NE(out.find("42"), std::string::npos) << out;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+TEST(ConsolePty, TabCompletesBuiltinsFunctionsAndVariables) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  s.readUntil(">");
+  s.send("function twice(x) { return 2 * x; }\r");
+  s.readUntil("\n>");
+  s.send("myCounter = 7\r");
+  s.readUntil("\n7\r\n");
+  // sprin<TAB> -> sprintf, twi<TAB> -> twice, myCo<TAB> -> myCounter
+  // The editor redraws only the completed tail of the word.
+  s.send("s = sprin\t");
+  s.readUntil("tf");
+  s.send("(\"%d\", twi\t");
+  s.readUntil("ce");
+  s.send("(myCo\t");
+  s.readUntil("unter");
+  s.send("))\r");
+  s.mark();
+  std::string out = s.readUntil("\"14\"");
+  EXPECT_NE(out.find("\"14\""), std::string::npos) << out;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+TEST(ConsolePty, HelpExplainsEachCommand) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  s.readUntil(">");
+  s.send(".help\r");
+  std::string out = s.readUntil("Ctrl-C");
+  for (const char *command : {".cls", ".quit", ".load", ".help"})
+    EXPECT_NE(out.find(std::string("    ") + command + "  "), std::string::npos) << command;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+TEST(ConsolePty, HistoryIsSavedWhenTheSessionIsKilled) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  s.readUntil(">");
+  s.send("remembered = 1\r");
+  s.readUntil("\n1\r\n");
+  s.readUntil(">");
+  kill(s.pid(), SIGTERM);
+  EXPECT_EQ(s.waitFor(), 128 + SIGTERM);
+  EXPECT_NE(s.history().find("remembered"), std::string::npos) << s.history();
 }
 
 }  // namespace

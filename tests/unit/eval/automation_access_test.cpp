@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "eval/context.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/names.hpp"

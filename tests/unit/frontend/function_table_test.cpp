@@ -3,6 +3,7 @@
 
 #include "frontend/functions.hpp"
 #include "frontend/symbols.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -11,12 +12,12 @@ void h1(Context &, int, const Args &, Value &) {}
 void h2(Context &, int, const Args &, Value &) {}
 void h3(Context &, int, const Args &, Value &) {}
 
-class FunctionTable : public ::testing::Test {
+class Functions : public ::testing::Test {
  protected:
-  void TearDown() override { clearFunctions(); }
+  void SetUp() override { test::freshInterpreter(); }
 };
 
-TEST_F(FunctionTable, EqualArityReplacesAndExactBeatsVariadic) {
+TEST_F(Functions, EqualArityReplacesAndExactBeatsVariadic) {
   registerFunction("ft_f", 1, h1);
   registerFunction("ft_f", 1, h2);
   FuncInfo *f = findFunction("ft_f");
@@ -35,7 +36,7 @@ TEST_F(FunctionTable, EqualArityReplacesAndExactBeatsVariadic) {
   EXPECT_EQ(findFunction("ft_f")->find(2), nullptr);
 }
 
-TEST_F(FunctionTable, GenerationChangesWithEveryRegistration) {
+TEST_F(Functions, GenerationChangesWithEveryRegistration) {
   uint32_t before = functionGeneration();
   registerFunction("ft_gen", 0, h1);
   EXPECT_NE(functionGeneration(), before);
@@ -43,8 +44,7 @@ TEST_F(FunctionTable, GenerationChangesWithEveryRegistration) {
 
 class Scopes : public ::testing::Test {
  protected:
-  void SetUp() override { pushGlobalScope(); }
-  void TearDown() override { popScopesTo(0); }
+  void SetUp() override { test::freshInterpreter(); }
 };
 
 TEST_F(Scopes, FunctionBoundaryHidesCallerLocals) {

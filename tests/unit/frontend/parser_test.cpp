@@ -6,21 +6,19 @@
 #include <string>
 #include <unistd.h>
 
-#include "eval/error.hpp"
+#include "frontend/parse_error.hpp"
 #include "frontend/dump.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/names.hpp"
 #include "frontend/parse.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
 
 class ParserTest : public ::testing::Test {
  protected:
-  void TearDown() override {
-    clearFunctions();
-    freeAllNodes();
-  }
+  void TearDown() override { test::freshInterpreter(); }
 
   // The statements' dump, or "ERROR" when the parse failed.
   std::string parse(std::string_view text) {

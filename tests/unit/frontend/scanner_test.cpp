@@ -11,6 +11,7 @@
 #include "frontend/scanner.hpp"
 #include "frontend/tokens.hpp"
 #include "io/stream.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -74,7 +75,7 @@ Node *leaf(std::string_view text) {
 
 class ScannerTest : public ::testing::Test {
  protected:
-  void TearDown() override { freeAllNodes(); }
+  void TearDown() override { test::freshInterpreter(); }
 };
 
 TEST_F(ScannerTest, RadixLiteralsWrapToSigned32Bits) {
@@ -236,6 +237,35 @@ TEST_F(ScannerTest, RegexBodies) {
   openSourceText("abc");
   enterRegexMode();
   EXPECT_EQ(marl_yylex(), 0);
+}
+
+// Bodies of literals and comments are taken in pieces, and the buffer is
+// refilled in the middle of long tokens: values must come out whole, with
+// escapes and double-byte characters that straddle any boundary intact.
+TEST_F(ScannerTest, LongTokensKeepTheirValue) {
+  for (size_t n : {63, 64, 65, 129, 16383, 16385, 100000}) {
+    std::string body, escaped, expected;
+    for (size_t i = 0; i < n; i++) {
+      body += static_cast<char>('a' + i % 26);
+      bool tab = i % 61 == 0, kanji = i % 67 == 5;
+      escaped += tab ? "\\t" : kanji ? "\x82\xA0" : "b";
+      expected += tab ? "\t" : kanji ? "\x82\xA0" : "b";
+    }
+    EXPECT_EQ(leaf("\"" + escaped + "\"")->payload.str->bytes, expected) << n;
+    EXPECT_EQ(leaf("'" + escaped + "'")->payload.str->bytes.size(), escaped.size()) << n;
+    EXPECT_EQ(leaf("\"\"\"\n" + body + "\n\"\"\"")->payload.str->bytes, body + "\n") << n;
+    EXPECT_EQ(leaf("n" + body)->payload.name->text, "n" + body) << n;
+    EXPECT_EQ(leaf("$" + body)->payload.name->text, "$" + body) << n;
+    EXPECT_EQ(leaf("0." + std::string(n, '0') + "5e" + std::to_string(n + 1))->number, 5) << n;
+    EXPECT_EQ(scan("x//" + body + "\ny/*" + body + "*/z#" + body + "\nw"),
+              (Tokens{"x", "y", "z", "w"}))
+        << n;
+    openSourceText(body + "\\/" + body + "/ x");
+    enterRegexMode();
+    ASSERT_EQ(marl_yylex(), TK_REGEX);
+    EXPECT_EQ(marl_yylval.node->payload.regex->pattern, body + "/" + body) << n;
+    EXPECT_EQ(marl_yylex(), TK_SYMBOL);
+  }
 }
 
 TEST_F(ScannerTest, ReopeningResetsLineFileAndState) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "builtins/registry.hpp"
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/pack.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

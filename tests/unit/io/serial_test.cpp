@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "io/serial.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"

@@ -11,7 +11,7 @@
 namespace marl {
 namespace {
 
-size_t live() { return objman.count; }
+size_t live() { return registry().count; }
 
 TEST(Counting, ObjectDiesWithItsLastHolder) {
   size_t before = live();
@@ -113,10 +113,10 @@ TEST(Collector, AutomaticThresholdFollowsLiveCount) {
   collect(true);
   std::vector<Value> keep;
   for (int i = 0; i < 40; i++) keep.push_back(makeString("k"));
-  objman.threshold = live();
+  registry().threshold = live();
   maybeCollect();
   size_t c = live();
-  EXPECT_EQ(objman.threshold, c < 16 ? c + 16 : 2 * c);
+  EXPECT_EQ(registry().threshold, c < 16 ? c + 16 : 2 * c);
 }
 
 TEST(Truth, TableOfFalseValues) {

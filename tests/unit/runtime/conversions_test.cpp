@@ -7,11 +7,12 @@
 #include <cstring>
 #include <limits>
 
-#include "eval/error.hpp"
+#include "runtime/error.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
 #include "runtime/mstring.hpp"
+#include "support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -51,7 +52,7 @@ TEST(NumberText, DefaultFormat) {
 // Restores the process-wide number format whatever a test does to it.
 class CustomNumberFormat : public ::testing::Test {
  protected:
-  void TearDown() override { setNumberFormat("%.10g"); }
+  void TearDown() override { test::freshInterpreter(); }
 };
 
 TEST_F(CustomNumberFormat, AppliesToEveryFiniteNumber) {

@@ -1,0 +1,59 @@
+// The interpreter state: everything a run keeps between statements, owned by
+// one object. Its members are declared in the reverse of the teardown order,
+// so destroying it is the teardown.
+#pragma once
+#include "builtins/input_queue.hpp"
+#include "driver/driver.hpp"
+#include "eval/evaluator.hpp"
+#include "frontend/functions.hpp"
+#include "frontend/symbols.hpp"
+#include "runtime/conversions.hpp"
+#include "runtime/object.hpp"
+
+namespace marl {
+
+// Frees the parse tree after everything that could still run it is gone.
+struct ParseTreeOwner {
+  ParseTreeOwner() = default;
+  ~ParseTreeOwner();
+  ParseTreeOwner(const ParseTreeOwner &) = delete;
+  ParseTreeOwner &operator=(const ParseTreeOwner &) = delete;
+};
+
+// Stops the .NET runtime, if it was started, once every object is released.
+struct ExternalRuntimes {
+  ExternalRuntimes() = default;
+  ~ExternalRuntimes();
+  ExternalRuntimes(const ExternalRuntimes &) = delete;
+  ExternalRuntimes &operator=(const ExternalRuntimes &) = delete;
+};
+
+// One per process: the language runs on one thread and the parts below are
+// reached by each layer as "the current one". Construction pushes the global
+// scope. Destruction flushes the standard streams, waits for a picture still
+// on the screen to be closed, runs the final cleanup of handles, then, member by member: the driver's and the evaluator's state;
+// every scope; the function table; the last release of every object; the
+// .NET runtime; the parse tree.
+class Interpreter {
+ public:
+  Interpreter();
+  ~Interpreter();
+  Interpreter(const Interpreter &) = delete;
+  Interpreter &operator=(const Interpreter &) = delete;
+  static Interpreter *current();
+
+ private:
+  ParseTreeOwner tree_;
+  ExternalRuntimes external_;
+
+ public:
+  MObjMan objects;
+  NumberFormat numberFormat;
+  FunctionTable functions;
+  ScopeStack scopes;
+  EvaluatorState evaluator;
+  InputQueue input;
+  DriverState driver;
+};
+
+}  // namespace marl

@@ -1,0 +1,35 @@
+// Guards for scopes and calls, and settling a pending jump.
+#include "eval/frames.hpp"
+
+#include "eval/evaluator.hpp"
+#include "frontend/symbols.hpp"
+#include "runtime/error.hpp"
+
+namespace marl {
+
+ScopeGuard::ScopeGuard() : depth_(scopeDepth()) {}
+ScopeGuard::~ScopeGuard() noexcept(false) { popScopesTo(depth_); }
+
+CallFrame::CallFrame(func_data *fd) : fd_(fd) {
+  retainVariant(fd);
+  evaluatorState().runningFunctions.push_back(fd);
+}
+
+CallFrame::~CallFrame() noexcept(false) {
+  evaluatorState().runningFunctions.pop_back();
+  releaseVariant(fd_);
+}
+
+void settleJump(Context &ctx, Value &result) {
+  if (ctx.jump == JUMP_NONE) return;
+  if (ctx.jump == JUMP_RETURN) {
+    result = std::move(ctx.returned);
+    ctx.clearJump();
+    return;
+  }
+  int line = ctx.jumpLine;
+  ctx.clearJump();
+  raise_error(line, "Bad break or continue");
+}
+
+}  // namespace marl

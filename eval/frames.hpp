@@ -1,0 +1,44 @@
+// Guards that undo what entering a block or a call did, on every exit path
+// (exceptions included), and the one place a pending jump is settled.
+#pragma once
+#include <cstddef>
+
+#include "eval/context.hpp"
+
+namespace marl {
+
+struct func_data;
+
+// Pops every scope pushed after its construction.
+class ScopeGuard {
+ public:
+  ScopeGuard();
+  // Releasing a scope's values can raise an internal error; let it through.
+  ~ScopeGuard() noexcept(false);
+  ScopeGuard(const ScopeGuard &) = delete;
+  ScopeGuard &operator=(const ScopeGuard &) = delete;
+
+ private:
+  size_t depth_;
+};
+
+// A running script function: holds its variant (redefining the function in
+// its own body must not free what runs) and marks it running, which is where
+// `static` finds its table.
+class CallFrame {
+ public:
+  explicit CallFrame(func_data *fd);
+  ~CallFrame() noexcept(false);
+  CallFrame(const CallFrame &) = delete;
+  CallFrame &operator=(const CallFrame &) = delete;
+
+ private:
+  func_data *fd_;
+};
+
+// At a function's or a run's end: a pending return gives its value as the
+// result; a break or continue that got this far raises "Bad break or
+// continue" at its line; with no jump the result is left as it is.
+void settleJump(Context &ctx, Value &result);
+
+}  // namespace marl

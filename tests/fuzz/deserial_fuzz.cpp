@@ -1,0 +1,26 @@
+// Fuzz target: arbitrary bytes to deserial(); whatever it accepts must
+// serialize again, and read back to the same bytes.
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "driver/interpreter.hpp"
+#include "runtime/error.hpp"
+#include "io/serial.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  // Objects live in an interpreter state; a fresh one per input.
+  marl::Interpreter state;
+  using namespace marl;
+  try {
+    Value v = deserializeValue(std::string_view(reinterpret_cast<const char *>(data), size));
+    std::string bytes = serializeValue(v);
+    Value again = deserializeValue(bytes);
+    if (serializeValue(again) != bytes) __builtin_trap();
+  } catch (const ScriptError &) {
+  } catch (const std::bad_alloc &) {
+  }
+  return 0;
+}

@@ -1,0 +1,1 @@
+"$MARL" -N bom_raw.mr
