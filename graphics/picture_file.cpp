@@ -8,6 +8,8 @@
 #include <strings.h>
 #include <vector>
 
+#include "graphics/toolkit_calls.hpp"
+
 namespace marl::gfx {
 
 namespace {
@@ -72,7 +74,7 @@ bool writeBmp(const std::string &path, const Bitmap &b) {
 }
 
 bool writePng(const std::string &path, const Bitmap &b) {
-  if (b.width <= 0 || b.height <= 0) return false;
+  if (b.width <= 0 || b.height <= 0 || !loadDrawing()) return false;
   // cairo only reads the pixels, through a surface over a copy.
   std::vector<uint32_t> copy(b.pixels);
   cairo_surface_t *s =

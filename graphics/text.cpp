@@ -4,6 +4,8 @@
 #include <cairo.h>
 #include <pango/pangocairo.h>
 
+#include "graphics/toolkit_calls.hpp"
+
 namespace marl::gfx {
 
 namespace {
@@ -24,7 +26,8 @@ PangoFontDescription *describe(const FontSpec &font) {
 TextExtent drawText(Bitmap &b, const Rect &clip, int64_t x, int64_t y, std::string_view utf8,
                     const FontSpec &font, uint32_t colour) {
   TextExtent ext{0, x, y};
-  if (b.width <= 0 || b.height <= 0) return ext;
+  // Without the text libraries nothing is drawn, as if clipped away.
+  if (b.width <= 0 || b.height <= 0 || !loadDrawing()) return ext;
   gchar *valid = g_utf8_make_valid(utf8.data(), static_cast<gssize>(utf8.size()));
   cairo_surface_t *surface =
       cairo_image_surface_create_for_data(reinterpret_cast<unsigned char *>(b.pixels.data()),

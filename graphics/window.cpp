@@ -19,6 +19,7 @@
 
 #include "graphics/picture_file.hpp"
 #include "graphics/session.hpp"
+#include "graphics/toolkit_calls.hpp"
 
 namespace marl::gfx {
 
@@ -234,7 +235,8 @@ bool uiRunning() {
   std::lock_guard<std::mutex> lock(uiMutex);
   if (ui == Ui::Untried) {
     ui = Ui::Headless;
-    if (!hasDisplay()) return false;
+    // Without a display, or without the toolkit installed, draw headless.
+    if (!hasDisplay() || !loadWindow()) return false;
     auto started = std::make_shared<std::promise<bool>>();
     std::future<bool> result = started->get_future();
     try {
