@@ -29,7 +29,8 @@ std::string make_script() {
       s += "#define SCALE_" + n + "(a, b) ((a) * " + n + " + (b))\n";
   }
   for (int i = 0; s.size() < kScriptBytes; ++i) {
-    std::string a = std::to_string((i * 7) % kMacros / 2 * 2), b = std::to_string((i * 13) % kMacros / 2 * 2 + 1);
+    std::string a = std::to_string((i * 7) % kMacros / 2 * 2),
+                b = std::to_string((i * 13) % kMacros / 2 * 2 + 1);
     std::string n = std::to_string(i);
     s += "function work_" + n + "(x, y) {\n";
     s += "  var label = \"LIMIT_" + a + " is only text here\"; // and LIMIT_" + a + " here\n";
@@ -40,7 +41,9 @@ std::string make_script() {
     s += "  /* a block comment\n     over two lines */\n";
     s += "  foreach (item in list) { print(item, \"\\n\"); }\n";
     s += "  return x + y;\n}\n";
-    if (i % 50 == 0) s += "#if LIMIT_" + a + " > 100 && defined(SCALE_" + b + ")\nbig();\n#else\nsmall();\n#endif\n";
+    if (i % 50 == 0)
+      s += "#if LIMIT_" + a + " > 100 && defined(SCALE_" + b +
+           ")\nbig();\n#else\nsmall();\n#endif\n";
     if (i % 40 == 0) s += "doc = \"\"\"\n  LIMIT_" + a + " stays as it is\n\"\"\"\n";
   }
   return s;
@@ -65,7 +68,8 @@ void BM_Preprocess(benchmark::State &state) {
       break;
     }
   }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(script.size()));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                          static_cast<int64_t>(script.size()));
   std::filesystem::remove_all(dir);
 }
 BENCHMARK(BM_Preprocess)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -64,17 +64,25 @@ void bi_hash(Context &, int line, const Args &a, Value &r) {
 
 void bi_type(Context &, int, const Args &a, Value &r) {
   const Value &v = a[0];
-  if (v.isNumber()) r = makeString("number");
-  else if (v.isBool()) r = makeString("bool");
-  else if (!v.object) r = makeString("unknown");
-  else r = makeString(v.object->typeName());
+  if (v.isNumber())
+    r = makeString("number");
+  else if (v.isBool())
+    r = makeString("bool");
+  else if (!v.object)
+    r = makeString("unknown");
+  else
+    r = makeString(v.object->typeName());
 }
 
 void bi_len(Context &, int line, const Args &a, Value &r) {
-  if (MString *s = asString(a[0])) r.setNumber(static_cast<double>(s->text.size()));
-  else if (MArray *arr = asArray(a[0])) r.setNumber(static_cast<double>(arr->size()));
-  else if (MHash *h = asHash(a[0])) r.setNumber(static_cast<double>(h->size()));
-  else raise_error(line, "Bad argument type in len()");
+  if (MString *s = asString(a[0]))
+    r.setNumber(static_cast<double>(s->text.size()));
+  else if (MArray *arr = asArray(a[0]))
+    r.setNumber(static_cast<double>(arr->size()));
+  else if (MHash *h = asHash(a[0]))
+    r.setNumber(static_cast<double>(h->size()));
+  else
+    raise_error(line, "Bad argument type in len()");
 }
 
 void bi_keys(Context &, int line, const Args &a, Value &r) {
@@ -130,7 +138,8 @@ class DeepCopier {
         MArray *s = static_cast<MArray *>(src);
         MArray *d = static_cast<MArray *>(dst);
         d->items.resize(s->size());
-        for (size_t i = 0; i < s->size() && i < d->size(); i++) d->items[i] = copyOne(s->items[i].get());
+        for (size_t i = 0; i < s->size() && i < d->size(); i++)
+          d->items[i] = copyOne(s->items[i].get());
       } else {
         MHash *s = static_cast<MHash *>(src);
         MHash *d = static_cast<MHash *>(dst);
@@ -147,10 +156,17 @@ class DeepCopier {
     if (it != memo_.end()) return Value(it->second);
     MRef *copy;
     switch (v.object->type) {
-      case ObjType::String: copy = new MString(static_cast<MString *>(v.object)->text); break;
-      case ObjType::Array: copy = new MArray(); break;
-      case ObjType::Hash: copy = new MHash(); break;
-      default: raise_error(line_, "Object not clonable in deepcopy()");
+      case ObjType::String:
+        copy = new MString(static_cast<MString *>(v.object)->text);
+        break;
+      case ObjType::Array:
+        copy = new MArray();
+        break;
+      case ObjType::Hash:
+        copy = new MHash();
+        break;
+      default:
+        raise_error(line_, "Object not clonable in deepcopy()");
     }
     Value holder(copy);
     memo_.emplace(v.object, copy);
@@ -203,19 +219,17 @@ void bi_eval(Context &, int, const Args &a, Value &r) {
   r = run_script_string(text);
 }
 
-void bi_strict(Context &, int, const Args &a, Value &r) {
-  r.setBool(setStrictMode(truth(a[0])));
-}
+void bi_strict(Context &, int, const Args &a, Value &r) { r.setBool(setStrictMode(truth(a[0]))); }
 
 constexpr BuiltinEntry kCore[] = {
-    {"int", 1, bi_int},         {"uint", 1, bi_uint},         {"num", 1, bi_num},
-    {"str", 1, bi_str},         {"convnum", 1, bi_convnum},   {"array", -1, bi_array},
-    {"arrayi", -1, bi_arrayi},  {"hash", -1, bi_hash},        {"type", 1, bi_type},
-    {"copy", 1, bi_copy},       {"deepcopy", 1, bi_deepcopy}, {"len", 1, bi_len},
-    {"keys", 1, bi_keys},       {"key", 2, bi_key},           {"gc", 0, bi_gc},
-    {"error", -1, bi_error},    {"errorf", -1, bi_errorf},    {"exit", 0, bi_exit},
-    {"exit", 1, bi_exit},       {"system", 0, bi_system},     {"system", 1, bi_system},
-    {"eval", 1, bi_eval},       {"strict", 1, bi_strict},
+    {"int", 1, bi_int},        {"uint", 1, bi_uint},         {"num", 1, bi_num},
+    {"str", 1, bi_str},        {"convnum", 1, bi_convnum},   {"array", -1, bi_array},
+    {"arrayi", -1, bi_arrayi}, {"hash", -1, bi_hash},        {"type", 1, bi_type},
+    {"copy", 1, bi_copy},      {"deepcopy", 1, bi_deepcopy}, {"len", 1, bi_len},
+    {"keys", 1, bi_keys},      {"key", 2, bi_key},           {"gc", 0, bi_gc},
+    {"error", -1, bi_error},   {"errorf", -1, bi_errorf},    {"exit", 0, bi_exit},
+    {"exit", 1, bi_exit},      {"system", 0, bi_system},     {"system", 1, bi_system},
+    {"eval", 1, bi_eval},      {"strict", 1, bi_strict},
 };
 
 }  // namespace

@@ -198,12 +198,12 @@ void bi_write(Context &, int line, const Args &a, Value &r) {
 }
 
 constexpr BuiltinEntry kFile[] = {
-    {"open", 2, bi_open},       {"open", 3, bi_open},       {"close", 1, bi_close},
-    {"gets", 0, bi_gets},       {"gets", 1, bi_gets},       {"puts", 1, bi_puts},
-    {"puts", 2, bi_puts},       {"eof", 0, bi_eof},         {"eof", 1, bi_eof},
-    {"rewind", 1, bi_rewind},   {"flush", 1, bi_rewind},    {"binmode", 1, bi_binmode},
-    {"txtmode", 1, bi_txtmode}, {"read", 1, bi_read},       {"read", 2, bi_read},
-    {"read", 3, bi_read},       {"write", 1, bi_write},     {"write", 2, bi_write},
+    {"open", 2, bi_open},       {"open", 3, bi_open},    {"close", 1, bi_close},
+    {"gets", 0, bi_gets},       {"gets", 1, bi_gets},    {"puts", 1, bi_puts},
+    {"puts", 2, bi_puts},       {"eof", 0, bi_eof},      {"eof", 1, bi_eof},
+    {"rewind", 1, bi_rewind},   {"flush", 1, bi_rewind}, {"binmode", 1, bi_binmode},
+    {"txtmode", 1, bi_txtmode}, {"read", 1, bi_read},    {"read", 2, bi_read},
+    {"read", 3, bi_read},       {"write", 1, bi_write},  {"write", 2, bi_write},
     {"write", 3, bi_write},
 };
 

@@ -197,10 +197,14 @@ void gcdLcm(int line, const Args &a, Value &r, const char *tooFew) {
     double x = std::fabs(std::trunc(argNumber(line, a[i])));
     finite = finite && std::isfinite(x);
     if (!finite) continue;
-    if (i == 0) acc = x;
-    else if (!Lcm) acc = gcd2(acc, x);
-    else if (acc == 0 || x == 0) acc = 0;
-    else if (acc != kInf) acc = acc / gcd2(acc, x) * x;  // may overflow to +Inf
+    if (i == 0)
+      acc = x;
+    else if (!Lcm)
+      acc = gcd2(acc, x);
+    else if (acc == 0 || x == 0)
+      acc = 0;
+    else if (acc != kInf)
+      acc = acc / gcd2(acc, x) * x;  // may overflow to +Inf
   }
   r.setNumber(finite ? acc : kNaN);
 }
@@ -273,20 +277,20 @@ void bi_rand(Context &, int line, const Args &a, Value &r) {
 }
 
 constexpr BuiltinEntry kMath[] = {
-    {"sin", 1, unary<mSin>},       {"cos", 1, unary<mCos>},     {"tan", 1, unary<mTan>},
-    {"asin", 1, unary<mAsin>},     {"acos", 1, unary<mAcos>},   {"atan", 1, unary<mAtan>},
-    {"atan", 2, binary<mAtan2>},   {"sinh", 1, unary<mSinh>},   {"cosh", 1, unary<mCosh>},
-    {"tanh", 1, unary<mTanh>},     {"asinh", 1, unary<mAsinh>}, {"acosh", 1, unary<mAcosh>},
-    {"atanh", 1, unary<mAtanh>},   {"log", 1, unary<mLog>},     {"log", 2, binary<mLogBase>},
-    {"log10", 1, unary<mLog10>},   {"pow", 2, binary<mPow>},    {"exp", 1, unary<mExp>},
-    {"sqrt", 1, unary<mSqrt>},     {"abs", 1, unary<mAbs>},     {"floor", 1, unary<mFloor>},
-    {"ceil", 1, unary<mCeil>},     {"round", 1, bi_round},      {"round", 2, bi_round},
-    {"bround", 1, bi_bround},      {"bround", 2, bi_bround},    {"sign", 1, unary<mSign>},
-    {"finite", 1, bi_finite},      {"max", -1, bi_max},         {"min", -1, bi_min},
-    {"fact", 1, bi_fact},          {"perm", 2, bi_perm},        {"comb", 2, bi_comb},
-    {"gcd", -1, bi_gcd},           {"lcm", -1, bi_lcm},         {"factor", 1, bi_factor},
-    {"clamp", 3, bi_clamp},        {"srand", 0, bi_srand},      {"srand", 1, bi_srand},
-    {"random", 0, bi_random},      {"rand", 1, bi_rand},        {"rand", 0, bi_rand},
+    {"sin", 1, unary<mSin>},     {"cos", 1, unary<mCos>},     {"tan", 1, unary<mTan>},
+    {"asin", 1, unary<mAsin>},   {"acos", 1, unary<mAcos>},   {"atan", 1, unary<mAtan>},
+    {"atan", 2, binary<mAtan2>}, {"sinh", 1, unary<mSinh>},   {"cosh", 1, unary<mCosh>},
+    {"tanh", 1, unary<mTanh>},   {"asinh", 1, unary<mAsinh>}, {"acosh", 1, unary<mAcosh>},
+    {"atanh", 1, unary<mAtanh>}, {"log", 1, unary<mLog>},     {"log", 2, binary<mLogBase>},
+    {"log10", 1, unary<mLog10>}, {"pow", 2, binary<mPow>},    {"exp", 1, unary<mExp>},
+    {"sqrt", 1, unary<mSqrt>},   {"abs", 1, unary<mAbs>},     {"floor", 1, unary<mFloor>},
+    {"ceil", 1, unary<mCeil>},   {"round", 1, bi_round},      {"round", 2, bi_round},
+    {"bround", 1, bi_bround},    {"bround", 2, bi_bround},    {"sign", 1, unary<mSign>},
+    {"finite", 1, bi_finite},    {"max", -1, bi_max},         {"min", -1, bi_min},
+    {"fact", 1, bi_fact},        {"perm", 2, bi_perm},        {"comb", 2, bi_comb},
+    {"gcd", -1, bi_gcd},         {"lcm", -1, bi_lcm},         {"factor", 1, bi_factor},
+    {"clamp", 3, bi_clamp},      {"srand", 0, bi_srand},      {"srand", 1, bi_srand},
+    {"random", 0, bi_random},    {"rand", 1, bi_rand},        {"rand", 0, bi_rand},
 };
 
 }  // namespace

@@ -54,8 +54,10 @@ double roundDecimal(double x, int digits, Tie tie) {
     char next = mantissa[keep];
     bool more = false;
     for (int i = keep + 1; i < count; i++) more |= mantissa[i] != '0';
-    if (next != '5' || more) up = next >= '5';
-    else up = tie == Tie::AwayFromZero || (keep > 0 && (mantissa[keep - 1] - '0') % 2 != 0);
+    if (next != '5' || more)
+      up = next >= '5';
+    else
+      up = tie == Tie::AwayFromZero || (keep > 0 && (mantissa[keep - 1] - '0') % 2 != 0);
   }
 
   // The kept digits form an integer in units of 10^-digits. Build its text with

@@ -28,8 +28,7 @@ namespace {
 // last byte, when it is a lone lead byte in t, must not pair with the next
 // byte of s. Jumps between candidates with find() so that long runs without
 // a match cost a memchr, not a character walk per position.
-int64_t scan(std::string_view s, std::string_view t, int64_t first, int64_t last,
-             bool wantLast) {
+int64_t scan(std::string_view s, std::string_view t, int64_t first, int64_t last, bool wantLast) {
   const size_t m = t.size();
   const bool loneLeadAtEnd =
       m > 0 && isLeadByte(static_cast<unsigned char>(t[m - 1])) && lastCharStart(t) == m - 1;
@@ -45,8 +44,8 @@ int64_t scan(std::string_view s, std::string_view t, int64_t first, int64_t last
     }
     if (ci > last) break;
     if (bi != p) continue;  // p was inside a double-byte character
-    bool split = loneLeadAtEnd && p + m < s.size() &&
-                 isTrailByte(static_cast<unsigned char>(s[p + m]));
+    bool split =
+        loneLeadAtEnd && p + m < s.size() && isTrailByte(static_cast<unsigned char>(s[p + m]));
     if (!split) {
       if (!wantLast) return ci;
       found = ci;

@@ -34,9 +34,12 @@ void bi_chop(Context &, int line, const Args &a, Value &r) {
   size_t n = s.size();
   size_t cut = 0;
   if (n > 0) {
-    if (n - sjis::lastCharStart(s) == 2) cut = 2;
-    else if (n >= 2 && s[n - 2] == '\r' && s[n - 1] == '\n') cut = 2;
-    else cut = 1;
+    if (n - sjis::lastCharStart(s) == 2)
+      cut = 2;
+    else if (n >= 2 && s[n - 2] == '\r' && s[n - 1] == '\n')
+      cut = 2;
+    else
+      cut = 1;
   }
   setText(r, s.substr(0, n - cut));
 }
@@ -317,8 +320,10 @@ void bi_chr(Context &, int line, const Args &a, Value &r) {
     code = static_cast<uint32_t>(d);
   }
   char bytes[2] = {static_cast<char>(code >> 8), static_cast<char>(code)};
-  if (code < 256) setText(r, std::string_view(bytes + 1, 1));
-  else setText(r, std::string_view(bytes, 2));
+  if (code < 256)
+    setText(r, std::string_view(bytes + 1, 1));
+  else
+    setText(r, std::string_view(bytes, 2));
 }
 
 // lead * 256 + trail for a double-byte first character, else the byte's

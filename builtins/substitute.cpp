@@ -24,13 +24,20 @@ class Template {
       if (text[i] != '$') continue;
       char c = text[i + 1];
       Piece ref;
-      if (c >= '0' && c <= '9') ref = {Group, static_cast<size_t>(c - '0'), 0};
-      else if (c == '&') ref = {Group, 0, 0};
-      else if (c == '`') ref = {Before, 0, 0};
-      else if (c == '\'') ref = {After, 0, 0};
-      else if (c == '+') ref = {Last, 0, 0};
-      else if (c == '$') ref = {Literal, i + 1, i + 2};  // "$$" is one dollar
-      else continue;
+      if (c >= '0' && c <= '9')
+        ref = {Group, static_cast<size_t>(c - '0'), 0};
+      else if (c == '&')
+        ref = {Group, 0, 0};
+      else if (c == '`')
+        ref = {Before, 0, 0};
+      else if (c == '\'')
+        ref = {After, 0, 0};
+      else if (c == '+')
+        ref = {Last, 0, 0};
+      else if (c == '$')
+        ref = {Literal, i + 1, i + 2};  // "$$" is one dollar
+      else
+        continue;
       if (i > literal) pieces_.push_back({Literal, literal, i});
       pieces_.push_back(ref);
       literal = i + 2;
@@ -42,10 +49,18 @@ class Template {
   void expand(std::string &out, std::string_view s, const RegexMatch &m) const {
     for (const Piece &p : pieces_) {
       switch (p.kind) {
-        case Literal: out.append(text_.substr(p.a, p.b - p.a)); break;
-        case Group: out.append(m.text(s, static_cast<int>(p.a))); break;
-        case Before: out.append(s.substr(0, static_cast<size_t>(m.begin(0)))); break;
-        case After: out.append(s.substr(static_cast<size_t>(m.end(0)))); break;
+        case Literal:
+          out.append(text_.substr(p.a, p.b - p.a));
+          break;
+        case Group:
+          out.append(m.text(s, static_cast<int>(p.a)));
+          break;
+        case Before:
+          out.append(s.substr(0, static_cast<size_t>(m.begin(0))));
+          break;
+        case After:
+          out.append(s.substr(static_cast<size_t>(m.end(0))));
+          break;
         case Last: {
           int last = m.count() - 1;
           while (last > 0 && !m.matched(last)) last--;
@@ -72,9 +87,12 @@ void substitute(Context &ctx, int line, const Args &a, Value &r, bool global, co
   const Value &repl = a[2];
   bool callback = repl.is(ObjType::FuncRef);
   std::string templateText;
-  if (MString *t = asString(repl)) templateText = t->text;
-  else if (repl.isNumeric()) templateText = toText(repl);
-  else if (!callback) raise_error(line, "Bad argument type in %s()", who);
+  if (MString *t = asString(repl))
+    templateText = t->text;
+  else if (repl.isNumeric())
+    templateText = toText(repl);
+  else if (!callback)
+    raise_error(line, "Bad argument type in %s()", who);
   Template tmpl(templateText);
 
   // One result buffer; pieces are appended, so a long subject is copied once.

@@ -97,8 +97,10 @@ void bi_tr(Context &, int line, const Args &a, Value &r) {
   for (size_t i = 0; i < s.size();) {
     size_t n = sjisCharLength(s, i);
     int64_t target = map(codeAt(s, i, n));
-    if (target == kKeep) out.append(s, i, n);
-    else if (target != kDelete) appendCode(out, static_cast<uint32_t>(target));
+    if (target == kKeep)
+      out.append(s, i, n);
+    else if (target != kDelete)
+      appendCode(out, static_cast<uint32_t>(target));
     i += n;
   }
   r = makeString(std::move(out));

@@ -31,9 +31,9 @@ struct ExternalRuntimes {
 // One per process: the language runs on one thread and the parts below are
 // reached by each layer as "the current one". Construction pushes the global
 // scope. Destruction flushes the standard streams, waits for a picture still
-// on the screen to be closed, runs the final cleanup of handles, then, member by member: the driver's and the evaluator's state;
-// every scope; the function table; the last release of every object; the
-// .NET runtime; the parse tree.
+// on the screen to be closed, runs the final cleanup of handles, then, member by member: the
+// driver's and the evaluator's state; every scope; the function table; the last release of every
+// object; the .NET runtime; the parse tree.
 class Interpreter {
  public:
   Interpreter();

@@ -85,7 +85,9 @@ void parseCommandLine(int argc, char **argv, DriverState &state) {
     switch (arg[1]) {
       case 'D':
       case 'U':
-      case 'I': state.preprocessorOptions.push_back(arg); break;
+      case 'I':
+        state.preprocessorOptions.push_back(arg);
+        break;
       case 'a':
         for (i++; i < argc; i++) state.scriptArgs.push_back(argv[i]);
         break;
@@ -93,12 +95,23 @@ void parseCommandLine(int argc, char **argv, DriverState &state) {
         state.script = value() + ";";
         state.oneLine = true;
         break;
-      case 'i': state.inputEncoding = value(); break;
-      case 'o': state.outputEncoding = value(); break;
-      case 't': state.talkMode = true; break;
-      case 'x': state.inPlace = true; break;
-      case 'N': state.preprocess = false; break;
-      default: usageExit(program);
+      case 'i':
+        state.inputEncoding = value();
+        break;
+      case 'o':
+        state.outputEncoding = value();
+        break;
+      case 't':
+        state.talkMode = true;
+        break;
+      case 'x':
+        state.inPlace = true;
+        break;
+      case 'N':
+        state.preprocess = false;
+        break;
+      default:
+        usageExit(program);
     }
   }
   if (!state.talkMode && state.script.empty()) usageExit(program);

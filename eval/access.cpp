@@ -122,7 +122,8 @@ Symbol *declareHere(Name *name, int line, bool strictCheck) {
   Name *vn = name->var ? name->var : name;
   Symbol *s = scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn);
   if (s) {
-    if (strictCheck && strictMode()) raise_error(line, "Symbol %s already declared", vn->text.c_str());
+    if (strictCheck && strictMode())
+      raise_error(line, "Symbol %s already declared", vn->text.c_str());
     return s;
   }
   return declare(scope, vn);
@@ -234,7 +235,9 @@ void resolvePlace(Context &ctx, Node *node, Place &place) {
 
 void readPlace(const Place &place, Value &result) {
   switch (place.kind) {
-    case Place::Variable: result = place.symbol->value; return;
+    case Place::Variable:
+      result = place.symbol->value;
+      return;
     case Place::Element: {
       const HeldValue *h = asArray(place.container)->at(place.index);
       if (!h) raise_error(place.line, "Array range error index:=%d", shownIndex(place.index));
@@ -264,12 +267,16 @@ void readPlace(const Place &place, Value &result) {
 
 void writePlace(Place &place, const Value &value) {
   switch (place.kind) {
-    case Place::Variable: place.symbol->value = value; return;
+    case Place::Variable:
+      place.symbol->value = value;
+      return;
     case Place::Element:
       if (!asArray(place.container)->set(place.index, value))
         raise_error(place.line, "Array range error index:=%d", shownIndex(place.index));
       return;
-    case Place::Key: asHash(place.container)->set(place.key, value); return;
+    case Place::Key:
+      asHash(place.container)->set(place.key, value);
+      return;
     case Place::Member: {
       MHash *h = asHash(place.container);
       if (!h->find(place.key))

@@ -150,7 +150,8 @@ void evalExtern(Node *node) {
     SymMan *scope = innermostScope();
     if (strictMode() && (scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn)))
       raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
-    if (scope->kind == SCOPE_GLOBAL) raise_error(d->line, "Variable cannot extern from global scope");
+    if (scope->kind == SCOPE_GLOBAL)
+      raise_error(d->line, "Variable cannot extern from global scope");
     Symbol *s = scope->findHere(vn);
     if (s) {
       s->refersToGlobal = true;
@@ -341,8 +342,7 @@ void evalTry(Context &ctx, Value &result, Node *node) {
 // the symbol plus the one of `current`, the copy read before the right side.
 inline bool appendableString(const Symbol *sym, const Value &current) {
   const MRef *o = current.object;
-  return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 &&
-         o->refs == 0;
+  return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 && o->refs == 0;
 }
 
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
@@ -381,7 +381,13 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
     return;
   }
   switch (op) {
-    case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV: case OP_POW:
+    case OP_ADD:
+    case OP_SUB:
+    case OP_MUL:
+    case OP_DIV:
+    case OP_MOD:
+    case OP_IDIV:
+    case OP_POW:
       result = arith(node->line, op, current, rhs);
       break;
     default:
@@ -417,24 +423,36 @@ void incDec(Context &ctx, Value &result, Node *node, double delta, bool prefix) 
 
 bool chainLink(int op, int line, const Value &a, const Value &b) {
   switch (op) {
-    case OP_CHAIN_EQ: return looseEquals(a, b);
-    case OP_CHAIN_NE: return !looseEquals(a, b);
-    case OP_CHAIN_GT: return compareOrder(line, OP_GT, a, b);
-    case OP_CHAIN_GE: return compareOrder(line, OP_GE, a, b);
-    case OP_CHAIN_LT: return compareOrder(line, OP_LT, a, b);
-    default: return compareOrder(line, OP_LE, a, b);
+    case OP_CHAIN_EQ:
+      return looseEquals(a, b);
+    case OP_CHAIN_NE:
+      return !looseEquals(a, b);
+    case OP_CHAIN_GT:
+      return compareOrder(line, OP_GT, a, b);
+    case OP_CHAIN_GE:
+      return compareOrder(line, OP_GE, a, b);
+    case OP_CHAIN_LT:
+      return compareOrder(line, OP_LT, a, b);
+    default:
+      return compareOrder(line, OP_LE, a, b);
   }
 }
 
 // Two numbers: NaN compares false in every order, like the general path.
 inline bool numericCompare(int op, double x, double y) {
   switch (op) {
-    case OP_EQ: return x == y;
-    case OP_NE: return x != y;
-    case OP_GT: return x > y;
-    case OP_GE: return x >= y;
-    case OP_LT: return x < y;
-    default: return x <= y;
+    case OP_EQ:
+      return x == y;
+    case OP_NE:
+      return x != y;
+    case OP_GT:
+      return x > y;
+    case OP_GE:
+      return x >= y;
+    case OP_LT:
+      return x < y;
+    default:
+      return x <= y;
   }
 }
 
@@ -451,9 +469,12 @@ inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
 
 bool plainCompare(int op, int line, const Value &a, const Value &b) {
   switch (op) {
-    case OP_EQ: return looseEquals(a, b);
-    case OP_NE: return !looseEquals(a, b);
-    default: return compareOrder(line, op, a, b);
+    case OP_EQ:
+      return looseEquals(a, b);
+    case OP_NE:
+      return !looseEquals(a, b);
+    default:
+      return compareOrder(line, op, a, b);
   }
 }
 
@@ -534,10 +555,18 @@ void evaluate(Context &ctx, Value &result, Node *node) {
   maybeCollect();
   checkInterrupt();  // the one place a signal stops a running script
   switch (node->opcode) {
-    case OP_NAME: s_get(ctx, result, node); return;
-    case OP_NUMBER: result.setNumber(node->number); return;
-    case OP_STRING: result = makeString(node->payload.str->bytes); return;
-    case OP_CALL: evalCall(ctx, result, node); return;
+    case OP_NAME:
+      s_get(ctx, result, node);
+      return;
+    case OP_NUMBER:
+      result.setNumber(node->number);
+      return;
+    case OP_STRING:
+      result = makeString(node->payload.str->bytes);
+      return;
+    case OP_CALL:
+      evalCall(ctx, result, node);
+      return;
     case OP_ASSIGN: {
       Value v;
       evaluate(ctx, v, node->right);
@@ -557,8 +586,15 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       return;
     }
     case OP_INDEX:
-    case OP_MEMBER: s_get(ctx, result, node); return;
-    case OP_ADD: case OP_SUB: case OP_MUL: case OP_DIV: case OP_MOD: case OP_IDIV:
+    case OP_MEMBER:
+      s_get(ctx, result, node);
+      return;
+    case OP_ADD:
+    case OP_SUB:
+    case OP_MUL:
+    case OP_DIV:
+    case OP_MOD:
+    case OP_IDIV:
     case OP_POW: {
       // Leaves are read without a call; a leaf's number is taken before
       // the right side runs, as evaluating it into a value would.
@@ -583,7 +619,12 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result = arith(node->line, node->opcode, a, b);
       return;
     }
-    case OP_EQ: case OP_NE: case OP_GT: case OP_GE: case OP_LT: case OP_LE: {
+    case OP_EQ:
+    case OP_NE:
+    case OP_GT:
+    case OP_GE:
+    case OP_LT:
+    case OP_LE: {
       double x, y;
       Value a, b;
       bool leftLeaf = numberLeaf(node->left, x);
@@ -605,7 +646,8 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result.setBool(plainCompare(node->opcode, node->line, a, b));
       return;
     }
-    case OP_SEQ: case OP_SNE: {
+    case OP_SEQ:
+    case OP_SNE: {
       Value a, b;
       evaluate(ctx, a, node->left);
       evaluate(ctx, b, node->right);
@@ -613,12 +655,26 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result.setBool(node->opcode == OP_SEQ ? eq : !eq);
       return;
     }
-    case OP_CHAIN_EQ: case OP_CHAIN_NE: case OP_CHAIN_GT: case OP_CHAIN_GE: case OP_CHAIN_LT:
-    case OP_CHAIN_LE: evalChain(ctx, result, node); return;
-    case OP_PREINC: incDec(ctx, result, node, 1, true); return;
-    case OP_POSTINC: incDec(ctx, result, node, 1, false); return;
-    case OP_PREDEC: incDec(ctx, result, node, -1, true); return;
-    case OP_POSTDEC: incDec(ctx, result, node, -1, false); return;
+    case OP_CHAIN_EQ:
+    case OP_CHAIN_NE:
+    case OP_CHAIN_GT:
+    case OP_CHAIN_GE:
+    case OP_CHAIN_LT:
+    case OP_CHAIN_LE:
+      evalChain(ctx, result, node);
+      return;
+    case OP_PREINC:
+      incDec(ctx, result, node, 1, true);
+      return;
+    case OP_POSTINC:
+      incDec(ctx, result, node, 1, false);
+      return;
+    case OP_PREDEC:
+      incDec(ctx, result, node, -1, true);
+      return;
+    case OP_POSTDEC:
+      incDec(ctx, result, node, -1, false);
+      return;
     case OP_BLOCK: {
       ScopeGuard scope;
       pushScope(SCOPE_BLOCK);
@@ -733,12 +789,27 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result.setNull();
       return;
     }
-    case OP_NULL: result.setNull(); return;
-    case OP_TRUE: result.setBool(true); return;
-    case OP_FALSE: result.setBool(false); return;
-    case OP_VAR: evalVar(ctx, node); result.setNull(); return;
-    case OP_STATIC: evalStatic(ctx, node); result.setNull(); return;
-    case OP_EXTERN: evalExtern(node); result.setNull(); return;
+    case OP_NULL:
+      result.setNull();
+      return;
+    case OP_TRUE:
+      result.setBool(true);
+      return;
+    case OP_FALSE:
+      result.setBool(false);
+      return;
+    case OP_VAR:
+      evalVar(ctx, node);
+      result.setNull();
+      return;
+    case OP_STATIC:
+      evalStatic(ctx, node);
+      result.setNull();
+      return;
+    case OP_EXTERN:
+      evalExtern(node);
+      result.setNull();
+      return;
     case OP_ARRAY: {
       MArray *a = new MArray(countList(node->left));
       Value holder(a);
@@ -778,8 +849,12 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       evaluate(ctx, result, node->right);
       return;
     }
-    case OP_SWAP: evalSwap(ctx, result, node); return;
-    case OP_LET: evalLet(ctx, result, node); return;
+    case OP_SWAP:
+      evalSwap(ctx, result, node);
+      return;
+    case OP_LET:
+      evalLet(ctx, result, node);
+      return;
     case OP_FUNCREF: {
       Name *name = node->left->payload.name;
       FuncInfo *f = findFunction(name);
@@ -787,12 +862,22 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result = Value(new MFuncRef(f));
       return;
     }
-    case OP_FUNCDEF: evalFuncDef(node); result.setNull(); return;
-    case OP_FOREACH: evalForeach(ctx, result, node); return;
-    case OP_TRY: evalTry(ctx, result, node); return;
-    case OP_SWITCH: evalSwitch(ctx, result, node); return;
+    case OP_FUNCDEF:
+      evalFuncDef(node);
+      result.setNull();
+      return;
+    case OP_FOREACH:
+      evalForeach(ctx, result, node);
+      return;
+    case OP_TRY:
+      evalTry(ctx, result, node);
+      return;
+    case OP_SWITCH:
+      evalSwitch(ctx, result, node);
+      return;
     case OP_CASE:
-    case OP_DEFAULT: return;
+    case OP_DEFAULT:
+      return;
     case OP_MATCH:
     case OP_NMATCH: {
       Value a, b;
@@ -802,33 +887,66 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       result.setBool(node->opcode == OP_MATCH ? m : !m);
       return;
     }
-    case OP_REGEX: result = regexLiteral(node->line, node->payload.regex); return;
+    case OP_REGEX:
+      result = regexLiteral(node->line, node->payload.regex);
+      return;
     case OP_BITNOT: {
       Value a;
       evaluate(ctx, a, node->left);
       result = bitNot(node->line, a);
       return;
     }
-    case OP_BITAND: case OP_BITOR: case OP_BITXOR: case OP_SHR: case OP_SHL: case OP_USHR: {
+    case OP_BITAND:
+    case OP_BITOR:
+    case OP_BITXOR:
+    case OP_SHR:
+    case OP_SHL:
+    case OP_USHR: {
       Value a, b;
       evaluate(ctx, a, node->left);
       evaluate(ctx, b, node->right);
       result = bitOp(node->line, node->opcode, a, b);
       return;
     }
-    case OP_ADD_ASSIGN: compoundAssign(ctx, result, node, OP_ADD); return;
-    case OP_SUB_ASSIGN: compoundAssign(ctx, result, node, OP_SUB); return;
-    case OP_MUL_ASSIGN: compoundAssign(ctx, result, node, OP_MUL); return;
-    case OP_DIV_ASSIGN: compoundAssign(ctx, result, node, OP_DIV); return;
-    case OP_MOD_ASSIGN: compoundAssign(ctx, result, node, OP_MOD); return;
-    case OP_IDIV_ASSIGN: compoundAssign(ctx, result, node, OP_IDIV); return;
-    case OP_POW_ASSIGN: compoundAssign(ctx, result, node, OP_POW); return;
-    case OP_AND_ASSIGN: compoundAssign(ctx, result, node, OP_BITAND); return;
-    case OP_OR_ASSIGN: compoundAssign(ctx, result, node, OP_BITOR); return;
-    case OP_XOR_ASSIGN: compoundAssign(ctx, result, node, OP_BITXOR); return;
-    case OP_SHR_ASSIGN: compoundAssign(ctx, result, node, OP_SHR); return;
-    case OP_SHL_ASSIGN: compoundAssign(ctx, result, node, OP_SHL); return;
-    case OP_USHR_ASSIGN: compoundAssign(ctx, result, node, OP_USHR); return;
+    case OP_ADD_ASSIGN:
+      compoundAssign(ctx, result, node, OP_ADD);
+      return;
+    case OP_SUB_ASSIGN:
+      compoundAssign(ctx, result, node, OP_SUB);
+      return;
+    case OP_MUL_ASSIGN:
+      compoundAssign(ctx, result, node, OP_MUL);
+      return;
+    case OP_DIV_ASSIGN:
+      compoundAssign(ctx, result, node, OP_DIV);
+      return;
+    case OP_MOD_ASSIGN:
+      compoundAssign(ctx, result, node, OP_MOD);
+      return;
+    case OP_IDIV_ASSIGN:
+      compoundAssign(ctx, result, node, OP_IDIV);
+      return;
+    case OP_POW_ASSIGN:
+      compoundAssign(ctx, result, node, OP_POW);
+      return;
+    case OP_AND_ASSIGN:
+      compoundAssign(ctx, result, node, OP_BITAND);
+      return;
+    case OP_OR_ASSIGN:
+      compoundAssign(ctx, result, node, OP_BITOR);
+      return;
+    case OP_XOR_ASSIGN:
+      compoundAssign(ctx, result, node, OP_BITXOR);
+      return;
+    case OP_SHR_ASSIGN:
+      compoundAssign(ctx, result, node, OP_SHR);
+      return;
+    case OP_SHL_ASSIGN:
+      compoundAssign(ctx, result, node, OP_SHL);
+      return;
+    case OP_USHR_ASSIGN:
+      compoundAssign(ctx, result, node, OP_USHR);
+      return;
   }
   raise_error(node->line, "Unknwon opcode %d", node->opcode);
 }
@@ -864,7 +982,8 @@ void call_value(Context &ctx, Value &result, int line, const Value &fn, const Ar
   func_data *fd = ref->info->find(static_cast<int>(args.size()));
   if (!fd) {
     const char *name = ref->info->name ? ref->info->name->text.c_str() : "";
-    raise_error(line, "Function %s() [arg count:%d] not defined", name, static_cast<int>(args.size()));
+    raise_error(line, "Function %s() [arg count:%d] not defined", name,
+                static_cast<int>(args.size()));
   }
   // Keep the function alive even if the reference is overwritten by the call.
   Value keep = fn;

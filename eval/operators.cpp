@@ -16,24 +16,42 @@ namespace {
 
 const char *opText(int op) {
   switch (op) {
-    case OP_ADD: return "+";
-    case OP_SUB: return "-";
-    case OP_MUL: return "*";
-    case OP_DIV: return "/";
-    case OP_MOD: return "%";
-    case OP_IDIV: return "\\";
-    case OP_POW: return "**";
-    case OP_GT: return ">";
-    case OP_GE: return ">=";
-    case OP_LT: return "<";
-    case OP_LE: return "<=";
-    case OP_BITAND: return "&";
-    case OP_BITOR: return "|";
-    case OP_BITXOR: return "^";
-    case OP_SHL: return "<<";
-    case OP_SHR: return ">>";
-    case OP_USHR: return ">>>";
-    default: return "?";
+    case OP_ADD:
+      return "+";
+    case OP_SUB:
+      return "-";
+    case OP_MUL:
+      return "*";
+    case OP_DIV:
+      return "/";
+    case OP_MOD:
+      return "%";
+    case OP_IDIV:
+      return "\\";
+    case OP_POW:
+      return "**";
+    case OP_GT:
+      return ">";
+    case OP_GE:
+      return ">=";
+    case OP_LT:
+      return "<";
+    case OP_LE:
+      return "<=";
+    case OP_BITAND:
+      return "&";
+    case OP_BITOR:
+      return "|";
+    case OP_BITXOR:
+      return "^";
+    case OP_SHL:
+      return "<<";
+    case OP_SHR:
+      return ">>";
+    case OP_USHR:
+      return ">>>";
+    default:
+      return "?";
   }
 }
 
@@ -76,7 +94,8 @@ Value broadcast(int line, int op, const Value &a, const Value &b, int depth) {
   MArray *la = asArray(a);
   MArray *ra = asArray(b);
   if (!la && !ra) return scalar(line, op, a, b);
-  if (depth > kMaxBroadcastDepth) raise_error(line, "Array nesting too deep in operator %s", opText(op));
+  if (depth > kMaxBroadcastDepth)
+    raise_error(line, "Array nesting too deep in operator %s", opText(op));
   if (la && ra && la->size() != ra->size()) raise_error(line, "Array size not match");
   size_t n = la ? la->size() : ra->size();
   MArray *out = new MArray(n);
@@ -157,19 +176,27 @@ bool compareOrder(int line, int op, const Value &a, const Value &b) {
     double x = a.number, y = b.number;
     if (std::isnan(x) || std::isnan(y)) return false;
     switch (op) {
-      case OP_GT: return x > y;
-      case OP_GE: return x >= y;
-      case OP_LT: return x < y;
-      default: return x <= y;
+      case OP_GT:
+        return x > y;
+      case OP_GE:
+        return x >= y;
+      case OP_LT:
+        return x < y;
+      default:
+        return x <= y;
     }
   }
   if (!sa && !sb) badType(line, op);
   c = compareText(a, b);
   switch (op) {
-    case OP_GT: return c > 0;
-    case OP_GE: return c >= 0;
-    case OP_LT: return c < 0;
-    default: return c <= 0;
+    case OP_GT:
+      return c > 0;
+    case OP_GE:
+      return c >= 0;
+    case OP_LT:
+      return c < 0;
+    default:
+      return c <= 0;
   }
 }
 
@@ -178,12 +205,24 @@ Value bitOp(int line, int op, const Value &a, const Value &b) {
   uint32_t x = low32(a.number), y = low32(b.number);
   uint32_t r;
   switch (op) {
-    case OP_BITAND: r = x & y; break;
-    case OP_BITOR: r = x | y; break;
-    case OP_BITXOR: r = x ^ y; break;
-    case OP_SHL: r = x << (y & 31); break;
-    case OP_SHR: r = static_cast<uint32_t>(static_cast<int32_t>(x) >> (y & 31)); break;
-    default: r = x >> (y & 31); break;
+    case OP_BITAND:
+      r = x & y;
+      break;
+    case OP_BITOR:
+      r = x | y;
+      break;
+    case OP_BITXOR:
+      r = x ^ y;
+      break;
+    case OP_SHL:
+      r = x << (y & 31);
+      break;
+    case OP_SHR:
+      r = static_cast<uint32_t>(static_cast<int32_t>(x) >> (y & 31));
+      break;
+    default:
+      r = x >> (y & 31);
+      break;
   }
   return Value::num(static_cast<int32_t>(r));
 }

@@ -27,10 +27,14 @@ inline double numericMod(double x, double y) {
 // Arithmetic on two numbers: op is one of OP_ADD .. OP_POW.
 inline double numericOp(int line, int op, double x, double y) {
   switch (op) {
-    case OP_ADD: return x + y;
-    case OP_SUB: return x - y;
-    case OP_MUL: return x * y;
-    case OP_DIV: return x / y;
+    case OP_ADD:
+      return x + y;
+    case OP_SUB:
+      return x - y;
+    case OP_MUL:
+      return x * y;
+    case OP_DIV:
+      return x / y;
     case OP_MOD:
       if (y == 0) divisionByZero(line);
       return numericMod(x, y);
@@ -43,7 +47,8 @@ inline double numericOp(int line, int op, double x, double y) {
       if (q <= -9.2233720368547758e18) return -9.2233720368547758e18;
       return static_cast<double>(static_cast<long long>(q));
     }
-    default: return std::pow(x, y);
+    default:
+      return std::pow(x, y);
   }
 }
 

@@ -15,14 +15,17 @@ constexpr int kMaxDepth = 1000;
 
 const char *opName(int opcode) {
   static const char *const names[] = {
-      "?0", "null", "true", "false", "number", "name", "string", "+", "-", "*", "/", "%", "\\",
-      "**", ".", "struct", "hash", "=", "block", "var", "extern", "static", "call", "[]", ",",
-      "swap", "let", "funcref", "list28", "function", "if", "while", "do", "for", "foreach",
-      "try", "switch", "case", "default", "==", "!=", ">", ">=", "<", "<=", "chain==",
-      "chain!=", "chain>", "chain>=", "chain<", "chain<=", "===", "!==", "=~", "!~", "neg",
-      "pre++", "post++", "pre--", "post--", "!", "&&", "||", "?", "break", "continue",
-      "return", "array", "regex", "list", "~", "&", "|", "^", ">>", "<<", ">>>", "+=", "-=",
-      "*=", "/=", "%=", "\\=", "**=", "list84", "&=", "|=", "^=", ">>=", "<<=", ">>>="};
+      "?0",      "null",    "true",     "false",   "number", "name",    "string", "+",       "-",
+      "*",       "/",       "%",        "\\",      "**",     ".",       "struct", "hash",    "=",
+      "block",   "var",     "extern",   "static",  "call",   "[]",      ",",      "swap",    "let",
+      "funcref", "list28",  "function", "if",      "while",  "do",      "for",    "foreach", "try",
+      "switch",  "case",    "default",  "==",      "!=",     ">",       ">=",     "<",       "<=",
+      "chain==", "chain!=", "chain>",   "chain>=", "chain<", "chain<=", "===",    "!==",     "=~",
+      "!~",      "neg",     "pre++",    "post++",  "pre--",  "post--",  "!",      "&&",      "||",
+      "?",       "break",   "continue", "return",  "array",  "regex",   "list",   "~",       "&",
+      "|",       "^",       ">>",       "<<",      ">>>",    "+=",      "-=",     "*=",      "/=",
+      "%=",      "\\=",     "**=",      "list84",  "&=",     "|=",      "^=",     ">>=",     "<<=",
+      ">>>="};
   if (opcode < 0 || opcode >= static_cast<int>(sizeof names / sizeof names[0])) return nullptr;
   return names[opcode];
 }
@@ -32,11 +35,21 @@ void quoted(std::string &out, const std::string &bytes) {
   out += '"';
   for (unsigned char c : bytes) {
     switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\t': out += "\\t"; break;
-      case '\r': out += "\\r"; break;
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
       default:
         if (c < 0x20 || c >= 0x7F) {
           out += "\\x";
@@ -64,12 +77,24 @@ class Dumper {
       return;
     }
     switch (n->opcode) {
-      case OP_NULL: out += "null"; return;
-      case OP_TRUE: out += "true"; return;
-      case OP_FALSE: out += "false"; return;
-      case OP_NUMBER: number(n->number); return;
-      case OP_NAME: out += n->payload.name->text; return;
-      case OP_STRING: quoted(out, n->payload.str->bytes); return;
+      case OP_NULL:
+        out += "null";
+        return;
+      case OP_TRUE:
+        out += "true";
+        return;
+      case OP_FALSE:
+        out += "false";
+        return;
+      case OP_NUMBER:
+        number(n->number);
+        return;
+      case OP_NAME:
+        out += n->payload.name->text;
+        return;
+      case OP_STRING:
+        quoted(out, n->payload.str->bytes);
+        return;
       case OP_REGEX:
         out += '/';
         out += n->payload.regex->pattern;
@@ -77,8 +102,11 @@ class Dumper {
         if (n->payload.regex->flags & 1) out += 'i';
         if (n->payload.regex->flags & 2) out += 'm';
         return;
-      case OP_DEFAULT: out += "(default)"; return;
-      default: break;
+      case OP_DEFAULT:
+        out += "(default)";
+        return;
+      default:
+        break;
     }
     const char *name = opName(n->opcode);
     out += '(';
@@ -89,29 +117,52 @@ class Dumper {
       out += std::to_string(n->opcode);
     }
     switch (n->opcode) {
-      case OP_BLOCK: case OP_VAR: case OP_STATIC: case OP_EXTERN: case OP_ARRAY: case OP_LIST:
-      case OP_LIST28: case OP_LIST84:
+      case OP_BLOCK:
+      case OP_VAR:
+      case OP_STATIC:
+      case OP_EXTERN:
+      case OP_ARRAY:
+      case OP_LIST:
+      case OP_LIST28:
+      case OP_LIST84:
         list(n->left, depth);
         break;
-      case OP_HASH: case OP_STRUCT:
+      case OP_HASH:
+      case OP_STRUCT:
         initialisedList(n->left, depth);
         break;
       case OP_CALL:
         child(n->right, depth);
         list(n->left, depth);
         break;
-      case OP_IF: case OP_FOREACH: case OP_TRY: case OP_COND:
+      case OP_IF:
+      case OP_FOREACH:
+      case OP_TRY:
+      case OP_COND:
         slots(n, 3, depth);
         break;
-      case OP_WHILE: case OP_DO: case OP_SWITCH:
+      case OP_WHILE:
+      case OP_DO:
+      case OP_SWITCH:
         slots(n, 2, depth);
         break;
       case OP_FOR:
         slots(n, 4, depth);
         break;
-      case OP_FUNCDEF: function(n->payload.func, depth); break;
-      case OP_NEG: case OP_NOT: case OP_BITNOT: case OP_PREINC: case OP_POSTINC: case OP_PREDEC:
-      case OP_POSTDEC: case OP_FUNCREF: case OP_CASE: case OP_BREAK: case OP_CONTINUE:
+      case OP_FUNCDEF:
+        function(n->payload.func, depth);
+        break;
+      case OP_NEG:
+      case OP_NOT:
+      case OP_BITNOT:
+      case OP_PREINC:
+      case OP_POSTINC:
+      case OP_PREDEC:
+      case OP_POSTDEC:
+      case OP_FUNCREF:
+      case OP_CASE:
+      case OP_BREAK:
+      case OP_CONTINUE:
       case OP_RETURN:
         if (n->left) child(n->left, depth);
         break;

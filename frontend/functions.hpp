@@ -27,9 +27,9 @@ using BuiltinHandler = void (*)(Context &ctx, int line, const Args &args, Value 
 
 struct func_data {
   int32_t counter = 1;
-  BuiltinHandler handler = nullptr;   // set for a built-in
-  FunctionDef *def = nullptr;         // set for a script function
-  SymMan *statics = nullptr;          // the function's `static` variables, made on first use
+  BuiltinHandler handler = nullptr;  // set for a built-in
+  FunctionDef *def = nullptr;        // set for a script function
+  SymMan *statics = nullptr;         // the function's `static` variables, made on first use
   int32_t arity = 0;
   ~func_data();
 };

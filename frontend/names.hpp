@@ -15,8 +15,8 @@ struct Name {
   // Variables keep only the first 128 bytes of a name: longer names that share
   // them are one variable. `var` is the interned name of that prefix (or this).
   Name *var = nullptr;
-  Symbol *global = nullptr;   // the global scope's symbol, if declared there
-  FuncInfo *func = nullptr;   // the function table's entry, if any
+  Symbol *global = nullptr;  // the global scope's symbol, if declared there
+  FuncInfo *func = nullptr;  // the function table's entry, if any
   // Raised whenever a variable of this name is declared, linked by extern or
   // freed, so that cached lookups of the name know they are stale.
   uint64_t bindings = 0;

@@ -28,7 +28,6 @@ NodeArena &arena() {
   return a;
 }
 
-
 void freePayload(Node &n) {
   switch (n.opcode) {
     case OP_STRING:
@@ -38,8 +37,14 @@ void freePayload(Node &n) {
       if (n.payload.regex && n.payload.regex->compiled) n.payload.regex->compiled->release();
       delete n.payload.regex;
       break;
-    case OP_IF: case OP_WHILE: case OP_DO: case OP_FOR: case OP_FOREACH: case OP_TRY:
-    case OP_SWITCH: case OP_COND:
+    case OP_IF:
+    case OP_WHILE:
+    case OP_DO:
+    case OP_FOR:
+    case OP_FOREACH:
+    case OP_TRY:
+    case OP_SWITCH:
+    case OP_COND:
       delete n.payload.ctl;
       break;
     case OP_FUNCDEF:
@@ -85,7 +90,6 @@ void freeAllNodes() {
   a.chunks.clear();
   a.used = kChunkNodes;
 }
-
 
 int enterFileName(const std::string &name) {
   FileNames &f = fileNames();

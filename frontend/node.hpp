@@ -12,23 +12,96 @@ struct func_data;
 struct Symbol;
 
 enum Op : int32_t {
-  OP_NULL = 1, OP_TRUE = 2, OP_FALSE = 3, OP_NUMBER = 4, OP_NAME = 5, OP_STRING = 6,
-  OP_ADD = 7, OP_SUB = 8, OP_MUL = 9, OP_DIV = 10, OP_MOD = 11, OP_IDIV = 12, OP_POW = 13,
-  OP_MEMBER = 14, OP_STRUCT = 15, OP_HASH = 16, OP_ASSIGN = 17, OP_BLOCK = 18, OP_VAR = 19,
-  OP_EXTERN = 20, OP_STATIC = 21, OP_CALL = 22, OP_INDEX = 23, OP_COMMA = 24, OP_SWAP = 25,
-  OP_LET = 26, OP_FUNCREF = 27, OP_LIST28 = 28, OP_FUNCDEF = 29, OP_IF = 30, OP_WHILE = 31,
-  OP_DO = 32, OP_FOR = 33, OP_FOREACH = 34, OP_TRY = 35, OP_SWITCH = 36, OP_CASE = 37,
-  OP_DEFAULT = 38, OP_EQ = 39, OP_NE = 40, OP_GT = 41, OP_GE = 42, OP_LT = 43, OP_LE = 44,
-  OP_CHAIN_EQ = 45, OP_CHAIN_NE = 46, OP_CHAIN_GT = 47, OP_CHAIN_GE = 48, OP_CHAIN_LT = 49,
-  OP_CHAIN_LE = 50, OP_SEQ = 51, OP_SNE = 52, OP_MATCH = 53, OP_NMATCH = 54, OP_NEG = 55,
-  OP_PREINC = 56, OP_POSTINC = 57, OP_PREDEC = 58, OP_POSTDEC = 59, OP_NOT = 60,
-  OP_ANDAND = 61, OP_OROR = 62, OP_COND = 63, OP_BREAK = 64, OP_CONTINUE = 65,
-  OP_RETURN = 66, OP_ARRAY = 67, OP_REGEX = 68, OP_LIST = 69, OP_BITNOT = 70,
-  OP_BITAND = 71, OP_BITOR = 72, OP_BITXOR = 73, OP_SHR = 74, OP_SHL = 75, OP_USHR = 76,
-  OP_ADD_ASSIGN = 77, OP_SUB_ASSIGN = 78, OP_MUL_ASSIGN = 79, OP_DIV_ASSIGN = 80,
-  OP_MOD_ASSIGN = 81, OP_IDIV_ASSIGN = 82, OP_POW_ASSIGN = 83, OP_LIST84 = 84,
-  OP_AND_ASSIGN = 85, OP_OR_ASSIGN = 86, OP_XOR_ASSIGN = 87, OP_SHR_ASSIGN = 88,
-  OP_SHL_ASSIGN = 89, OP_USHR_ASSIGN = 90,
+  OP_NULL = 1,
+  OP_TRUE = 2,
+  OP_FALSE = 3,
+  OP_NUMBER = 4,
+  OP_NAME = 5,
+  OP_STRING = 6,
+  OP_ADD = 7,
+  OP_SUB = 8,
+  OP_MUL = 9,
+  OP_DIV = 10,
+  OP_MOD = 11,
+  OP_IDIV = 12,
+  OP_POW = 13,
+  OP_MEMBER = 14,
+  OP_STRUCT = 15,
+  OP_HASH = 16,
+  OP_ASSIGN = 17,
+  OP_BLOCK = 18,
+  OP_VAR = 19,
+  OP_EXTERN = 20,
+  OP_STATIC = 21,
+  OP_CALL = 22,
+  OP_INDEX = 23,
+  OP_COMMA = 24,
+  OP_SWAP = 25,
+  OP_LET = 26,
+  OP_FUNCREF = 27,
+  OP_LIST28 = 28,
+  OP_FUNCDEF = 29,
+  OP_IF = 30,
+  OP_WHILE = 31,
+  OP_DO = 32,
+  OP_FOR = 33,
+  OP_FOREACH = 34,
+  OP_TRY = 35,
+  OP_SWITCH = 36,
+  OP_CASE = 37,
+  OP_DEFAULT = 38,
+  OP_EQ = 39,
+  OP_NE = 40,
+  OP_GT = 41,
+  OP_GE = 42,
+  OP_LT = 43,
+  OP_LE = 44,
+  OP_CHAIN_EQ = 45,
+  OP_CHAIN_NE = 46,
+  OP_CHAIN_GT = 47,
+  OP_CHAIN_GE = 48,
+  OP_CHAIN_LT = 49,
+  OP_CHAIN_LE = 50,
+  OP_SEQ = 51,
+  OP_SNE = 52,
+  OP_MATCH = 53,
+  OP_NMATCH = 54,
+  OP_NEG = 55,
+  OP_PREINC = 56,
+  OP_POSTINC = 57,
+  OP_PREDEC = 58,
+  OP_POSTDEC = 59,
+  OP_NOT = 60,
+  OP_ANDAND = 61,
+  OP_OROR = 62,
+  OP_COND = 63,
+  OP_BREAK = 64,
+  OP_CONTINUE = 65,
+  OP_RETURN = 66,
+  OP_ARRAY = 67,
+  OP_REGEX = 68,
+  OP_LIST = 69,
+  OP_BITNOT = 70,
+  OP_BITAND = 71,
+  OP_BITOR = 72,
+  OP_BITXOR = 73,
+  OP_SHR = 74,
+  OP_SHL = 75,
+  OP_USHR = 76,
+  OP_ADD_ASSIGN = 77,
+  OP_SUB_ASSIGN = 78,
+  OP_MUL_ASSIGN = 79,
+  OP_DIV_ASSIGN = 80,
+  OP_MOD_ASSIGN = 81,
+  OP_IDIV_ASSIGN = 82,
+  OP_POW_ASSIGN = 83,
+  OP_LIST84 = 84,
+  OP_AND_ASSIGN = 85,
+  OP_OR_ASSIGN = 86,
+  OP_XOR_ASSIGN = 87,
+  OP_SHR_ASSIGN = 88,
+  OP_SHL_ASSIGN = 89,
+  OP_USHR_ASSIGN = 90,
 };
 
 class RegExp;
@@ -41,7 +114,7 @@ struct StringLit {
 };
 struct RegexLit {
   std::string pattern;
-  int flags = 0;  // 1 ignore case, 2 multi-line
+  int flags = 0;               // 1 ignore case, 2 multi-line
   RegExp *compiled = nullptr;  // one count held by the node, made on first use
 };
 // Child slots of control nodes:
@@ -67,11 +140,11 @@ struct token_tag__ {
   double number = 0.0;
   union {
     void *raw;
-    Name *name;          // OP_NAME, and symbol leaves elsewhere
-    StringLit *str;      // OP_STRING (and hash-literal keys)
-    RegexLit *regex;     // OP_REGEX
-    Control *ctl;        // control nodes
-    FunctionDef *func;   // OP_FUNCDEF
+    Name *name;         // OP_NAME, and symbol leaves elsewhere
+    StringLit *str;     // OP_STRING (and hash-literal keys)
+    RegexLit *regex;    // OP_REGEX
+    Control *ctl;       // control nodes
+    FunctionDef *func;  // OP_FUNCDEF
   } payload{nullptr};
   Node *left = nullptr;
   Node *right = nullptr;

@@ -11,7 +11,7 @@ namespace marl {
 struct func_data;
 
 struct Symbol {
-  Name *name;               // interned (already cut to 128 bytes)
+  Name *name;  // interned (already cut to 128 bytes)
   bool refersToGlobal = false;
   Value value;
 };
@@ -21,7 +21,7 @@ enum ScopeKind : int { SCOPE_BLOCK = 0, SCOPE_GLOBAL = 1, SCOPE_FUNCTION = 2 };
 struct SymMan {
   std::vector<Symbol *> symbols;  // declaration order
   int kind = SCOPE_BLOCK;
-  SymMan *statics = nullptr;      // a function scope: its function's static table
+  SymMan *statics = nullptr;  // a function scope: its function's static table
   Symbol *findHere(Name *n) const {
     for (Symbol *s : symbols)
       if (s->name == n) return s;

@@ -158,12 +158,16 @@ size_t typeSize(int code) { return code >= 0 && code <= 8 ? kSizes[code] : 0; }
 double decodeTyped(int code, const char *p) {
   uint64_t bits = loadLittle(p, typeSize(code));
   switch (code) {
-    case 1: return static_cast<int8_t>(bits);
-    case 2: return static_cast<int16_t>(bits);
-    case 3: return static_cast<int32_t>(bits);
+    case 1:
+      return static_cast<int8_t>(bits);
+    case 2:
+      return static_cast<int16_t>(bits);
+    case 3:
+      return static_cast<int32_t>(bits);
     case 4:
     case 5:
-    case 6: return static_cast<double>(bits);
+    case 6:
+      return static_cast<double>(bits);
     case 7: {
       uint32_t b32 = static_cast<uint32_t>(bits);
       float f;
@@ -175,7 +179,8 @@ double decodeTyped(int code, const char *p) {
       std::memcpy(&d, &bits, sizeof d);
       return d;
     }
-    default: return 0.0;
+    default:
+      return 0.0;
   }
 }
 
@@ -203,14 +208,19 @@ void encodeTyped(int code, double value, std::string &out) {
 bool typeInRange(int code, double v) {
   switch (code) {
     case 1:
-    case 4: return v >= -128.0 && v <= 255.0;
+    case 4:
+      return v >= -128.0 && v <= 255.0;
     case 2:
-    case 5: return v >= -32768.0 && v <= 65535.0;
+    case 5:
+      return v >= -32768.0 && v <= 65535.0;
     case 3:
-    case 6: return v >= -2147483648.0 && v <= 4294967295.0;
+    case 6:
+      return v >= -2147483648.0 && v <= 4294967295.0;
     case 7:
-    case 8: return true;
-    default: return false;
+    case 8:
+      return true;
+    default:
+      return false;
   }
 }
 

@@ -43,20 +43,28 @@ int run(int argc, char **argv) {
       std::string_view value = arg.substr(2);
       try {
         switch (arg[1]) {
-          case 'D': pp.define_option(value); continue;
-          case 'U': pp.undef_option(value); continue;
-          case 'I': pp.add_include_dir(std::string(value)); continue;
+          case 'D':
+            pp.define_option(value);
+            continue;
+          case 'U':
+            pp.undef_option(value);
+            continue;
+          case 'I':
+            pp.add_include_dir(std::string(value));
+            continue;
           case 'o':
             output = value;
             have_output = !value.empty();
             continue;
-          default: return fail("unknown option \"" + std::string(arg) + "\"");
+          default:
+            return fail("unknown option \"" + std::string(arg) + "\"");
         }
       } catch (const marl::pp::PPError &e) {
         return fail(e.message + " (in \"" + std::string(arg) + "\")");
       }
     }
-    if (have_input) return fail("more than one input file: \"" + input + "\" and \"" + std::string(arg) + "\"");
+    if (have_input)
+      return fail("more than one input file: \"" + input + "\" and \"" + std::string(arg) + "\"");
     input = arg;
     have_input = true;
   }
@@ -65,7 +73,8 @@ int run(int argc, char **argv) {
   std::string text;
   if (!pp.run(input, text)) return 1;
   std::string why;
-  if (!write_file(output, text, why)) return fail("cannot write output file \"" + output + "\": " + why);
+  if (!write_file(output, text, why))
+    return fail("cannot write output file \"" + output + "\": " + why);
   return 0;
 }
 

@@ -72,7 +72,8 @@ void Preprocessor::hash_line(const char *hash, bool in_args) {
   }
   const char *line_start = f.pos;
   long first_line = f.line;
-  std::string text = gather(we, d == Directive::If || d == Directive::Elif ? LexMode::Expression : LexMode::Directive);
+  std::string text = gather(
+      we, d == Directive::If || d == Directive::Elif ? LexMode::Expression : LexMode::Directive);
   bool is_conditional = d == Directive::If || d == Directive::Ifdef || d == Directive::Ifndef ||
                         d == Directive::Elif || d == Directive::Else || d == Directive::Endif;
   if (skipping() && !is_conditional) return;
@@ -117,7 +118,8 @@ void Preprocessor::line_marker(bool in_args) {
   const char *p = skip_blanks(start, q) + 5;
   while (p < q && (*p == ' ' || *p == '\t')) ++p;
   long n = 0;
-  for (; p < q && *p >= '0' && *p <= '9'; ++p) n = std::min<long>(n * 10 + (*p - '0'), std::numeric_limits<int>::max());
+  for (; p < q && *p >= '0' && *p <= '9'; ++p)
+    n = std::min<long>(n * 10 + (*p - '0'), std::numeric_limits<int>::max());
   while (p < q && (*p == ' ' || *p == '\t')) ++p;
   std::string name = f.name;
   if (p < q && *p == '"') {
@@ -203,8 +205,8 @@ std::string Preprocessor::gather(const char *p, LexMode mode) {
   return text;
 }
 
-void Preprocessor::directive(Directive d, const std::string &text, const char *line_start, long first_line,
-                             bool in_args) {
+void Preprocessor::directive(Directive d, const std::string &text, const char *line_start,
+                             long first_line, bool in_args) {
   File &f = files_.back();
   switch (d) {
     case Directive::If:
@@ -259,7 +261,8 @@ void Preprocessor::conditional(Directive d, const std::string &text) {
       if (d == Directive::If) {
         c.active = evaluate(text, "#if");
       } else {
-        bool def = macros_.find(macro_name(text, d == Directive::Ifdef ? "#ifdef" : "#ifndef")) != nullptr;
+        bool def =
+            macros_.find(macro_name(text, d == Directive::Ifdef ? "#ifdef" : "#ifndef")) != nullptr;
         c.active = d == Directive::Ifdef ? def : !def;
       }
     }
@@ -315,7 +318,8 @@ std::string Preprocessor::include_name(const std::string &text) {
 void Preprocessor::include(const std::string &text) {
   std::string name = include_name(text);
   if (files_.size() > kMaxIncludeDepth)
-    throw PPError{"#include nested too deeply (more than " + std::to_string(kMaxIncludeDepth) + " levels)"};
+    throw PPError{"#include nested too deeply (more than " + std::to_string(kMaxIncludeDepth) +
+                  " levels)"};
   // Both forms search the including file's directory first, then the -I directories in order.
   std::vector<std::string> candidates;
   if (name[0] == '/') {
@@ -323,7 +327,8 @@ void Preprocessor::include(const std::string &text) {
   } else {
     const std::string &includer = files_.back().path;
     size_t slash = includer.rfind('/');
-    candidates.push_back((slash == std::string::npos ? std::string() : includer.substr(0, slash + 1)) + name);
+    candidates.push_back(
+        (slash == std::string::npos ? std::string() : includer.substr(0, slash + 1)) + name);
     for (const std::string &dir : include_dirs_) {
       if (dir.empty() || dir.back() == '/')
         candidates.push_back(dir + name);

@@ -23,7 +23,27 @@ struct Value {
 
 Value signed_value(std::int64_t v) { return Value{static_cast<std::uint64_t>(v), false}; }
 
-enum class Op { None, Mul, Div, Mod, Add, Sub, Shl, Shr, Lt, Le, Gt, Ge, Eq, Ne, BitAnd, BitXor, BitOr, And, Or };
+enum class Op {
+  None,
+  Mul,
+  Div,
+  Mod,
+  Add,
+  Sub,
+  Shl,
+  Shr,
+  Lt,
+  Le,
+  Gt,
+  Ge,
+  Eq,
+  Ne,
+  BitAnd,
+  BitXor,
+  BitOr,
+  And,
+  Or
+};
 
 struct OpInfo {
   std::string_view spelling;
@@ -32,11 +52,11 @@ struct OpInfo {
 };
 
 constexpr OpInfo kBinary[] = {
-    {"*", Op::Mul, 10},    {"/", Op::Div, 10},    {"%", Op::Mod, 10},    {"+", Op::Add, 9},
-    {"-", Op::Sub, 9},     {"<<", Op::Shl, 8},    {">>", Op::Shr, 8},    {"<", Op::Lt, 7},
-    {"<=", Op::Le, 7},     {">", Op::Gt, 7},      {">=", Op::Ge, 7},     {"==", Op::Eq, 6},
-    {"!=", Op::Ne, 6},     {"&", Op::BitAnd, 5},  {"^", Op::BitXor, 4},  {"|", Op::BitOr, 3},
-    {"&&", Op::And, 2},    {"||", Op::Or, 1},
+    {"*", Op::Mul, 10}, {"/", Op::Div, 10},   {"%", Op::Mod, 10},   {"+", Op::Add, 9},
+    {"-", Op::Sub, 9},  {"<<", Op::Shl, 8},   {">>", Op::Shr, 8},   {"<", Op::Lt, 7},
+    {"<=", Op::Le, 7},  {">", Op::Gt, 7},     {">=", Op::Ge, 7},    {"==", Op::Eq, 6},
+    {"!=", Op::Ne, 6},  {"&", Op::BitAnd, 5}, {"^", Op::BitXor, 4}, {"|", Op::BitOr, 3},
+    {"&&", Op::And, 2}, {"||", Op::Or, 1},
 };
 
 Value shift(Value a, Value n, bool left) {
@@ -77,7 +97,8 @@ class IfParser {
   }
 
   void enter() {
-    if (++depth_ > kMaxNesting) throw PPError{"expression nested too deeply in " + std::string(directive_)};
+    if (++depth_ > kMaxNesting)
+      throw PPError{"expression nested too deeply in " + std::string(directive_)};
   }
 
   Value comma() {
@@ -147,9 +168,12 @@ class IfParser {
   Value apply(Op op, Value a, Value b) {
     bool u = a.is_unsigned || b.is_unsigned;
     switch (op) {
-      case Op::Mul: return Value{a.bits * b.bits, u};
-      case Op::Add: return Value{a.bits + b.bits, u};
-      case Op::Sub: return Value{a.bits - b.bits, u};
+      case Op::Mul:
+        return Value{a.bits * b.bits, u};
+      case Op::Add:
+        return Value{a.bits + b.bits, u};
+      case Op::Sub:
+        return Value{a.bits - b.bits, u};
       case Op::Div:
       case Op::Mod: {
         if (b.bits == 0) {
@@ -161,23 +185,36 @@ class IfParser {
           return op == Op::Div ? a : signed_value(0);  // the one quotient that overflows wraps
         return signed_value(op == Op::Div ? a.s() / b.s() : a.s() % b.s());
       }
-      case Op::Shl: return shift(a, b, true);
-      case Op::Shr: return shift(a, b, false);
-      case Op::Lt: return signed_value(u ? a.bits < b.bits : a.s() < b.s());
-      case Op::Le: return signed_value(u ? a.bits <= b.bits : a.s() <= b.s());
-      case Op::Gt: return signed_value(u ? a.bits > b.bits : a.s() > b.s());
-      case Op::Ge: return signed_value(u ? a.bits >= b.bits : a.s() >= b.s());
-      case Op::Eq: return signed_value(a.bits == b.bits);
-      case Op::Ne: return signed_value(a.bits != b.bits);
-      case Op::BitAnd: return Value{a.bits & b.bits, u};
-      case Op::BitXor: return Value{a.bits ^ b.bits, u};
-      case Op::BitOr: return Value{a.bits | b.bits, u};
-      default: return a;
+      case Op::Shl:
+        return shift(a, b, true);
+      case Op::Shr:
+        return shift(a, b, false);
+      case Op::Lt:
+        return signed_value(u ? a.bits < b.bits : a.s() < b.s());
+      case Op::Le:
+        return signed_value(u ? a.bits <= b.bits : a.s() <= b.s());
+      case Op::Gt:
+        return signed_value(u ? a.bits > b.bits : a.s() > b.s());
+      case Op::Ge:
+        return signed_value(u ? a.bits >= b.bits : a.s() >= b.s());
+      case Op::Eq:
+        return signed_value(a.bits == b.bits);
+      case Op::Ne:
+        return signed_value(a.bits != b.bits);
+      case Op::BitAnd:
+        return Value{a.bits & b.bits, u};
+      case Op::BitXor:
+        return Value{a.bits ^ b.bits, u};
+      case Op::BitOr:
+        return Value{a.bits | b.bits, u};
+      default:
+        return a;
     }
   }
 
   Value unary() {
-    if (cur_.kind == Tok::Punct && cur_.text.size() == 1 && std::string_view("+-~!").find(cur_.text[0]) != std::string_view::npos) {
+    if (cur_.kind == Tok::Punct && cur_.text.size() == 1 &&
+        std::string_view("+-~!").find(cur_.text[0]) != std::string_view::npos) {
       char op = cur_.text[0];
       last_op_ = cur_.text;
       advance();
@@ -185,10 +222,14 @@ class IfParser {
       Value v = unary();
       --depth_;
       switch (op) {
-        case '-': return Value{0 - v.bits, v.is_unsigned};
-        case '~': return Value{~v.bits, v.is_unsigned};
-        case '!': return signed_value(!v.truth());
-        default: return v;
+        case '-':
+          return Value{0 - v.bits, v.is_unsigned};
+        case '~':
+          return Value{~v.bits, v.is_unsigned};
+        case '!':
+          return signed_value(!v.truth());
+        default:
+          return v;
       }
     }
     return primary();
@@ -333,17 +374,34 @@ class IfParser {
       if (c == '\\' && i < body.size()) {
         char e = body[i++];
         switch (e) {
-          case 'n': c = '\n'; break;
-          case 't': c = '\t'; break;
-          case 'r': c = '\r'; break;
-          case 'a': c = '\a'; break;
-          case 'b': c = '\b'; break;
-          case 'f': c = '\f'; break;
-          case 'v': c = '\v'; break;
-          case 'e': c = 27; break;
+          case 'n':
+            c = '\n';
+            break;
+          case 't':
+            c = '\t';
+            break;
+          case 'r':
+            c = '\r';
+            break;
+          case 'a':
+            c = '\a';
+            break;
+          case 'b':
+            c = '\b';
+            break;
+          case 'f':
+            c = '\f';
+            break;
+          case 'v':
+            c = '\v';
+            break;
+          case 'e':
+            c = 27;
+            break;
           case 'x':
             c = 0;
-            while (i < body.size() && digit_value(body[i]) < 16) c = (c << 4 | digit_value(body[i++])) & 0xFFF;
+            while (i < body.size() && digit_value(body[i]) < 16)
+              c = (c << 4 | digit_value(body[i++])) & 0xFFF;
             c &= 0xFF;
             break;
           default:

@@ -117,15 +117,20 @@ const char *scan_hash_comment(const char *p, const char *end, int &lines) {
 const char *scan_punct(const char *p, const char *end) {
   char c = p[0], d = p + 1 < end ? p[1] : '\0';
   switch (c) {
-    case '.': return d == '.' && p + 2 < end && p[2] == '.' ? p + 3 : p + 1;
+    case '.':
+      return d == '.' && p + 2 < end && p[2] == '.' ? p + 3 : p + 1;
     case '#':
     case '&':
-    case '|': return d == c ? p + 2 : p + 1;
+    case '|':
+      return d == c ? p + 2 : p + 1;
     case '<':
-    case '>': return d == c || d == '=' ? p + 2 : p + 1;
+    case '>':
+      return d == c || d == '=' ? p + 2 : p + 1;
     case '=':
-    case '!': return d == '=' ? p + 2 : p + 1;
-    default: return p + 1;
+    case '!':
+      return d == '=' ? p + 2 : p + 1;
+    default:
+      return p + 1;
   }
 }
 

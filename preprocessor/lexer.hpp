@@ -64,7 +64,8 @@ inline const char *skip_blanks(const char *p, const char *end) {
 // Letters, digits, '_' and every byte from 0x80 up (the scanner's identifier bytes).
 inline bool is_ident_char(char c) {
   unsigned char u = static_cast<unsigned char>(c);
-  return u >= 0x80 || u == '_' || (u >= '0' && u <= '9') || ((u | 0x20) >= 'a' && (u | 0x20) <= 'z');
+  return u >= 0x80 || u == '_' || (u >= '0' && u <= '9') ||
+         ((u | 0x20) >= 'a' && (u | 0x20) <= 'z');
 }
 
 // Length of the character at p: 2 for a Shift_JIS lead byte with its trail byte, else 1. A

@@ -92,7 +92,8 @@ class DefinitionParser {
     for (; !at_end(); ++i_) {
       Token t = toks_[i_];
       if (t.kind == Tok::Space || t.kind == Tok::Comment || t.kind == Tok::Newline) {
-        if (!body.empty() && body.back().kind != Tok::Space) body.push_back(Token{kSpace, Tok::Space});
+        if (!body.empty() && body.back().kind != Tok::Space)
+          body.push_back(Token{kSpace, Tok::Space});
         continue;
       }
       if (t.kind == Tok::Ident && m_.function_like) {

@@ -105,7 +105,8 @@ void Preprocessor::define_option(std::string_view arg) {
   size_t eq = arg.find('=');
   std::string_view head = arg.substr(0, eq);
   std::string_view name = macro_name(head, "#define");
-  if (name.size() < head.size() && head[name.size()] != '(') throw PPError{"macro names must be identifiers"};
+  if (name.size() < head.size() && head[name.size()] != '(')
+    throw PPError{"macro names must be identifiers"};
   std::string text(head);
   text += ' ';
   text += eq == std::string_view::npos ? std::string_view("1") : arg.substr(eq + 1);
@@ -127,8 +128,8 @@ bool Preprocessor::run(const std::string &path, std::string &out) {
     File f;
     std::string why;
     if (open_file(path, f, why) != Open::Ok) {
-      std::fprintf(stderr, "<command-line>: error: cannot open input file \"%s\": %s\n", path.c_str(),
-                   why.c_str());
+      std::fprintf(stderr, "<command-line>: error: cannot open input file \"%s\": %s\n",
+                   path.c_str(), why.c_str());
       return false;
     }
     f.path = path;
@@ -168,7 +169,9 @@ void Preprocessor::leave_file() {
   File &f = files_.back();
   if (conds_.size() > f.cond_base) {
     const Cond &c = conds_.back();
-    const char *name = c.kind == Directive::Ifdef ? "#ifdef" : c.kind == Directive::Ifndef ? "#ifndef" : "#if";
+    const char *name = c.kind == Directive::Ifdef    ? "#ifdef"
+                       : c.kind == Directive::Ifndef ? "#ifndef"
+                                                     : "#if";
     throw PPError{std::string("unterminated ") + name, c.line};
   }
   if (files_.size() == 1) sync(f.presumed());  // trailing directive lines become empty lines too
@@ -323,7 +326,8 @@ void Preprocessor::write_marker(long line, const std::string &name) {
 }
 
 void Preprocessor::emit(const Token &t) {
-  if ((t.flags & kAvoidPaste) && !out_->empty() && !t.text.empty() && could_paste(out_->back(), t.text.front()))
+  if ((t.flags & kAvoidPaste) && !out_->empty() && !t.text.empty() &&
+      could_paste(out_->back(), t.text.front()))
     out_->push_back(' ');
   out_->append(t.text);
 }

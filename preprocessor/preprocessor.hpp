@@ -38,23 +38,36 @@ class Preprocessor final : private TokenSource {
     std::shared_ptr<const std::string> data;
     const char *pos = nullptr;
     const char *end = nullptr;
-    std::string path;  // as opened; its directory is searched first for its includes
-    std::string name;  // presumed name, as written in line markers and messages
-    long line = 1;     // physical line at pos
-    long delta = 0;    // presumed line minus physical line (moved by #line)
+    std::string path;      // as opened; its directory is searched first for its includes
+    std::string name;      // presumed name, as written in line markers and messages
+    long line = 1;         // physical line at pos
+    long delta = 0;        // presumed line minus physical line (moved by #line)
     size_t cond_base = 0;  // conditional depth when the file was entered
     FileId id{};
     long presumed() const { return line + delta; }
   };
 
-  enum class Directive { None, Include, Define, Undef, If, Ifdef, Ifndef, Elif, Else, Endif, Error, Pragma };
+  enum class Directive {
+    None,
+    Include,
+    Define,
+    Undef,
+    If,
+    Ifdef,
+    Ifndef,
+    Elif,
+    Else,
+    Endif,
+    Error,
+    Pragma
+  };
 
   struct Cond {
     Directive kind;
-    long line;          // presumed line of the opening directive, for "unterminated #if"
+    long line;  // presumed line of the opening directive, for "unterminated #if"
     bool parent_active;
-    bool active;        // the current group is kept
-    bool taken;         // some group has been kept (or none may be)
+    bool active;  // the current group is kept
+    bool taken;   // some group has been kept (or none may be)
     bool seen_else;
   };
 
@@ -82,7 +95,8 @@ class Preprocessor final : private TokenSource {
   void comment_line(const char *hash, bool in_args);
   void line_marker(bool in_args);
   std::string gather(const char *from, LexMode mode);
-  void directive(Directive d, const std::string &text, const char *line_start, long first_line, bool in_args);
+  void directive(Directive d, const std::string &text, const char *line_start, long first_line,
+                 bool in_args);
   bool evaluate(const std::string &text, const char *name);
   void conditional(Directive d, const std::string &text);
   void include(const std::string &text);

@@ -106,7 +106,7 @@ bool parseDecimal(std::string_view body, bool negative, double &out) {
     }
   }
   bool fraction = dot != std::string_view::npos && dot + 1 < body.size();  // form 1
-  bool integer = body[0] != '0' && body[0] != '.' && !fraction;             // form 2
+  bool integer = body[0] != '0' && body[0] != '.' && !fraction;            // form 2
   if (!fraction && !integer) return false;
   out = decimalValue(body, negative);
   return true;

@@ -165,10 +165,14 @@ bool truth(const Value &v) {
   if (v.kind != Kind::Object) return !std::isnan(v.number) && v.number != 0;
   if (!v.object) return false;
   switch (v.object->type) {
-    case ObjType::String: return !static_cast<MString *>(v.object)->text.empty();
-    case ObjType::Array: return static_cast<MArray *>(v.object)->size() != 0;
-    case ObjType::Hash: return static_cast<MHash *>(v.object)->size() != 0;
-    default: return true;
+    case ObjType::String:
+      return !static_cast<MString *>(v.object)->text.empty();
+    case ObjType::Array:
+      return static_cast<MArray *>(v.object)->size() != 0;
+    case ObjType::Hash:
+      return static_cast<MHash *>(v.object)->size() != 0;
+    default:
+      return true;
   }
 }
 

@@ -40,14 +40,30 @@ void appendQuoted(std::string &out, std::string_view bytes) {
     }
     out += '\\';
     switch (c) {
-      case 0: out += '0'; break;
-      case 7: out += 'a'; break;
-      case 8: out += 'b'; break;
-      case 9: out += 't'; break;
-      case 10: out += 'n'; break;
-      case 11: out += 'v'; break;
-      case 12: out += 'f'; break;
-      case 13: out += 'r'; break;
+      case 0:
+        out += '0';
+        break;
+      case 7:
+        out += 'a';
+        break;
+      case 8:
+        out += 'b';
+        break;
+      case 9:
+        out += 't';
+        break;
+      case 10:
+        out += 'n';
+        break;
+      case 11:
+        out += 'v';
+        break;
+      case 12:
+        out += 'f';
+        break;
+      case 13:
+        out += 'r';
+        break;
       default:
         out += 'x';
         out += hex[c >> 4];

@@ -46,7 +46,8 @@ std::vector<double> numbers(const Value &v) {
   std::vector<double> out;
   if (MArray *a = asArray(v))
     for (const HeldValue &e : a->items) out.push_back(e.number);
-  else ADD_FAILURE() << "not an array";
+  else
+    ADD_FAILURE() << "not an array";
   return out;
 }
 

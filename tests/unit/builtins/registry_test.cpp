@@ -24,11 +24,11 @@ size_t distinctNames(std::span<const BuiltinEntry> g) {
 
 TEST(Registry, GroupsHaveTheirVariantsAndNames) {
   const GroupSize sizes[] = {
-      {"core", coreBuiltins, 23, 21},     {"string", stringBuiltins, 30, 20},
+      {"core", coreBuiltins, 23, 21},       {"string", stringBuiltins, 30, 20},
       {"encoding", encodingBuiltins, 2, 2}, {"array", arrayBuiltins, 24, 17},
-      {"math", mathBuiltins, 42, 36},     {"regexp", regexpBuiltins, 6, 5},
-      {"file", fileBuiltins, 19, 11},     {"system", systemBuiltins, 29, 22},
-      {"format", formatBuiltins, 4, 4},   {"pack", packBuiltins, 7, 5},
+      {"math", mathBuiltins, 42, 36},       {"regexp", regexpBuiltins, 6, 5},
+      {"file", fileBuiltins, 19, 11},       {"system", systemBuiltins, 29, 22},
+      {"format", formatBuiltins, 4, 4},     {"pack", packBuiltins, 7, 5},
       {"serial", serialBuiltins, 2, 2},
   };
   size_t variants = 0, names = 0;
@@ -46,9 +46,9 @@ TEST(Registry, GroupsHaveTheirVariantsAndNames) {
 }
 
 TEST(Registry, NoGroupRegistersOneArityTwice) {
-  for (auto group : {coreBuiltins, stringBuiltins, encodingBuiltins, arrayBuiltins, mathBuiltins,
-                     regexpBuiltins, fileBuiltins, systemBuiltins, formatBuiltins, packBuiltins,
-                     serialBuiltins}) {
+  for (auto group :
+       {coreBuiltins, stringBuiltins, encodingBuiltins, arrayBuiltins, mathBuiltins, regexpBuiltins,
+        fileBuiltins, systemBuiltins, formatBuiltins, packBuiltins, serialBuiltins}) {
     std::set<std::pair<std::string, int>> seen;
     for (const BuiltinEntry &e : group())
       EXPECT_TRUE(seen.insert({e.name, e.arity}).second) << e.name << "/" << e.arity;

@@ -85,7 +85,10 @@ TEST(StringBuiltins, CaseMappingSkipsDoubleByteCharacters) {
   EXPECT_EQ(text("toupper", {S("abz@[`{AZ")}), "ABZ@[`{AZ");
   EXPECT_EQ(text("tolower", {S("ABZ@[`{az")}), "abz@[`{az");
   // 0x82 0x61 is a character whose trail byte reads as 'a'.
-  EXPECT_EQ(text("toupper", {S("a\x82" "ab")}), "A\x82" "aB");
+  EXPECT_EQ(text("toupper", {S("a\x82"
+                               "ab")}),
+            "A\x82"
+            "aB");
   EXPECT_EQ(text("tolower", {S(kKa + "A")}), kKa + "a");
   // A lead byte before a non-trail byte stands alone; the next byte is mapped.
   EXPECT_EQ(text("toupper", {S("\x82 a")}), "\x82 A");
@@ -242,7 +245,10 @@ TEST(StringBuiltins, JrindexSharesRindexEndBound) {
   EXPECT_EQ(number("jrindex", {S(s), S(kA + "x")}), 0);
   EXPECT_EQ(number("jrindex", {S(s), S(kA), N(1)}), 0);
   EXPECT_EQ(number("jrindex", {S(s), S(""), N(-2)}), 2);
-  EXPECT_EQ(number("jrindex", {S("\x82\x82\xa0" "x"), S(kA)}), -1);
+  EXPECT_EQ(number("jrindex", {S("\x82\x82\xa0"
+                                 "x"),
+                               S(kA)}),
+            -1);
 }
 
 TEST(StringBuiltins, ChrAndOrd) {

@@ -39,8 +39,7 @@ TEST_F(ParserTest, PrecedenceLevels) {
   EXPECT_EQ(parse("a || b && c | d ^ e & f;"), "(|| a (&& b (| c (^ d (& e f)))))");
   EXPECT_EQ(parse("a << 1 + 2 * 3 < b;"), "(< (<< a (+ 1 (* 2 3))) b)");
   EXPECT_EQ(parse("a - b - c \\ d % e;"), "(- (- a b) (% (\\ c d) e))");
-  EXPECT_EQ(parse("-x**2; 2**3**2; 2 ** -1;"),
-            "(neg (** x 2)); (** 2 (** 3 2)); (** 2 (neg 1))");
+  EXPECT_EQ(parse("-x**2; 2**3**2; 2 ** -1;"), "(neg (** x 2)); (** 2 (** 3 2)); (** 2 (neg 1))");
   EXPECT_EQ(parse("+x; !a == b; ~-a; ++a++;"), "x; (== (! a) b); (~ (neg a)); (pre++ (post++ a))");
 }
 
@@ -97,8 +96,7 @@ TEST_F(ParserTest, RegexLiteralsInOperandPosition) {
 }
 
 TEST_F(ParserTest, ConditionalsAndLoops) {
-  EXPECT_EQ(parse("if (a) x; elif (b) y; elif (c) z; else w;"),
-            "(if a x (if b y (if c z w)))");
+  EXPECT_EQ(parse("if (a) x; elif (b) y; elif (c) z; else w;"), "(if a x (if b y (if c z w)))");
   EXPECT_EQ(parse("if (a) if (b) x; else y;"), "(if a (if b x y) _)");
   EXPECT_EQ(parse("if (a) ; else ;"), "(if a null null)");
   EXPECT_EQ(parse("else x;"), "ERROR");

@@ -19,35 +19,64 @@ namespace {
 // Operator and keyword tokens as their lexeme; value tokens as their leaf.
 std::string describe(int token) {
   switch (token) {
-    case TK_VAR: return "var";
-    case TK_IF: return "if";
-    case TK_CLASS: return "class";
-    case TK_NEW: return "new";
-    case TK_DEFAULT: return "default:";
-    case TK_SWAP: return "swap(";
-    case TK_LET: return "let(";
-    case TK_STRUCT: return "struct(";
-    case TK_HASH: return "hash(";
-    case TK_EQ: return "==";
-    case TK_GT: return ">";
-    case TK_GE: return ">=";
-    case TK_LT: return "<";
-    case TK_SEQ: return "===";
-    case TK_SNE: return "!==";
-    case TK_MATCH: return "=~";
-    case TK_NMATCH: return "!~";
-    case TK_SHR: return ">>";
-    case TK_USHR: return ">>>";
-    case TK_USHR_ASSIGN: return ">>>=";
-    case TK_SHL_ASSIGN: return "<<=";
-    case TK_POW: return "**";
-    case TK_POW_ASSIGN: return "**=";
-    case TK_IDIV_ASSIGN: return "\\=";
-    case TK_DIV_ASSIGN: return "/=";
-    case TK_INC: return "++";
-    case TK_BAD_STRING: return "BAD_STRING";
-    case TK_BAD_CHAR: return "BAD_CHAR";
-    default: break;
+    case TK_VAR:
+      return "var";
+    case TK_IF:
+      return "if";
+    case TK_CLASS:
+      return "class";
+    case TK_NEW:
+      return "new";
+    case TK_DEFAULT:
+      return "default:";
+    case TK_SWAP:
+      return "swap(";
+    case TK_LET:
+      return "let(";
+    case TK_STRUCT:
+      return "struct(";
+    case TK_HASH:
+      return "hash(";
+    case TK_EQ:
+      return "==";
+    case TK_GT:
+      return ">";
+    case TK_GE:
+      return ">=";
+    case TK_LT:
+      return "<";
+    case TK_SEQ:
+      return "===";
+    case TK_SNE:
+      return "!==";
+    case TK_MATCH:
+      return "=~";
+    case TK_NMATCH:
+      return "!~";
+    case TK_SHR:
+      return ">>";
+    case TK_USHR:
+      return ">>>";
+    case TK_USHR_ASSIGN:
+      return ">>>=";
+    case TK_SHL_ASSIGN:
+      return "<<=";
+    case TK_POW:
+      return "**";
+    case TK_POW_ASSIGN:
+      return "**=";
+    case TK_IDIV_ASSIGN:
+      return "\\=";
+    case TK_DIV_ASSIGN:
+      return "/=";
+    case TK_INC:
+      return "++";
+    case TK_BAD_STRING:
+      return "BAD_STRING";
+    case TK_BAD_CHAR:
+      return "BAD_CHAR";
+    default:
+      break;
   }
   if (token < 256) return std::string(1, static_cast<char>(token));
   if (marl_yylval.node) return dumpTree(marl_yylval.node);
@@ -80,8 +109,7 @@ class ScannerTest : public ::testing::Test {
 
 TEST_F(ScannerTest, RadixLiteralsWrapToSigned32Bits) {
   EXPECT_EQ(scan("0xFF_FF 0b1_0 017 0_7 0_"), (Tokens{"65535", "2", "15", "7", "0"}));
-  EXPECT_EQ(scan("0xffffffff 0x80000000 0x100000000"),
-            (Tokens{"-1", "-2147483648", "0"}));
+  EXPECT_EQ(scan("0xffffffff 0x80000000 0x100000000"), (Tokens{"-1", "-2147483648", "0"}));
   // A prefix without digits is a zero followed by a name.
   EXPECT_EQ(scan("0x 0b2"), (Tokens{"0", "x", "0", "b2"}));
 }
@@ -209,7 +237,9 @@ TEST_F(ScannerTest, BrokenStrings) {
 TEST_F(ScannerTest, ShiftJisSurvivesTheEucView) {
   // 0x83 0x5C has a backslash as trail byte; it must neither escape nor vanish.
   Node *s = leaf("\"\x83\x5C\\x41\x82\xA0\"");
-  EXPECT_EQ(s->payload.str->bytes, "\x83\x5C" "A\x82\xA0");
+  EXPECT_EQ(s->payload.str->bytes,
+            "\x83\x5C"
+            "A\x82\xA0");
   EXPECT_EQ(leaf("'\x83\x5C'")->payload.str->bytes, "\x83\x5C");
   EXPECT_EQ(leaf("\x93\xFA\x96\x7B_x")->payload.name->text, "\x93\xFA\x96\x7B_x");
   EXPECT_EQ(leaf("\"\xB1\xB2\"")->payload.str->bytes, "\xB1\xB2");

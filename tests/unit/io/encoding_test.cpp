@@ -29,7 +29,9 @@ TEST(Euc, HalfWidthKatakanaAndStrayBytes) {
   EXPECT_EQ(sjisToEuc("\x82 "), "\x82 ");
   EXPECT_EQ(sjisToEuc("\x82"), "\x82");
   // JIS X 0212 (0x8F, three bytes) has no Shift_JIS form.
-  EXPECT_EQ(eucToSjis("a\x8F\xB0\xA1" "b"), "ab");
+  EXPECT_EQ(eucToSjis("a\x8F\xB0\xA1"
+                      "b"),
+            "ab");
 }
 
 TEST(Euc, TruncatedInputStopsAtTheEnd) {
@@ -46,9 +48,9 @@ TEST(Euc, TruncatedInputStopsAtTheEnd) {
 
 TEST(Utf8, EncoderWritesEachUnitAlone) {
   EXPECT_EQ(sjisToUtf8("abc"), "abc");
-  EXPECT_EQ(sjisToUtf8("\x82\xA0"), "\xE3\x81\x82");    // U+3042
-  EXPECT_EQ(sjisToUtf8("\xB1"), "\xEF\xBD\xB1");        // half-width katakana U+FF71
-  EXPECT_EQ(sjisToUtf8("\x83\xBF"), "\xCE\xB1");        // Greek alpha, two bytes
+  EXPECT_EQ(sjisToUtf8("\x82\xA0"), "\xE3\x81\x82");  // U+3042
+  EXPECT_EQ(sjisToUtf8("\xB1"), "\xEF\xBD\xB1");      // half-width katakana U+FF71
+  EXPECT_EQ(sjisToUtf8("\x83\xBF"), "\xCE\xB1");      // Greek alpha, two bytes
   EXPECT_EQ(sjisToUtf8("x\0y"s), "x\0y"s);
 }
 
@@ -65,12 +67,16 @@ TEST(Utf8, DecoderFollowsTheLeadBytePattern) {
   EXPECT_EQ(utf8ToSjis("\xCE\xB1"), "\x83\xBF");
   // 0xD0 counts as a four-byte lead: the Cyrillic letter and the two bytes
   // after it are lost.
-  EXPECT_EQ(utf8ToSjis("\xD0\x96" "abcd"), "cd");
+  EXPECT_EQ(utf8ToSjis("\xD0\x96"
+                       "abcd"),
+            "cd");
   // 0x80-0x8F pair with the next byte; 0xDE is dropped alone.
   EXPECT_EQ(utf8ToSjis("\x81\x81Z"), "AZ");
   EXPECT_EQ(utf8ToSjis("\xDEZ"), "Z");
   // A four-byte sequence gives nothing; a cut-off one ends the text.
-  EXPECT_EQ(utf8ToSjis("a\xF0\x9F\x98\x80" "b"), "ab");
+  EXPECT_EQ(utf8ToSjis("a\xF0\x9F\x98\x80"
+                       "b"),
+            "ab");
   EXPECT_EQ(utf8ToSjis("ab\xE3\x81"), "ab");
 }
 
@@ -92,8 +98,14 @@ TEST(Utf16, ConversionsBothWays) {
   EXPECT_EQ(sjisToUtf16("ab"), "a\0b\0"s);
   EXPECT_EQ(sjisToUtf16("\x82\xA0"), "\x42\x30"s);
   // A trail byte may be an ASCII letter; it must stay with its lead.
-  EXPECT_EQ(sjisToUtf16("\x83\x41" "A"), "\xA2\x30" "A\0"s);
-  EXPECT_EQ(utf16ToSjis("\xA2\x30" "A\0"s), "\x83\x41" "A");
+  EXPECT_EQ(sjisToUtf16("\x83\x41"
+                        "A"),
+            "\xA2\x30"
+            "A\0"s);
+  EXPECT_EQ(utf16ToSjis("\xA2\x30"
+                        "A\0"s),
+            "\x83\x41"
+            "A");
   EXPECT_EQ(utf16ToSjis("a\0\0\0b\0"s), "a\0b"s);
   // An odd last byte is no unit; a character CP932 lacks becomes '?'.
   EXPECT_EQ(utf16ToSjis("a\0b"s), "a");
@@ -102,10 +114,14 @@ TEST(Utf16, ConversionsBothWays) {
 
 TEST(Utf16, CharactersBeyondTheBasicPlane) {
   // A surrogate pair is one character: one '?', with what follows kept.
-  EXPECT_EQ(utf16ToSjis("a\0\x3D\xD8\x00\xDE" "b\0"s), "a?b");
+  EXPECT_EQ(utf16ToSjis("a\0\x3D\xD8\x00\xDE"
+                        "b\0"s),
+            "a?b");
   EXPECT_EQ(utf16ToSjis("\x3D\xD8\x00\xDE\x42\x30\x69\xD8\xDD\xDC"s), "?\x82\xA0?");
   // Halves that do not pair are one character each.
-  EXPECT_EQ(utf16ToSjis("\x3D\xD8" "a\0"s), "?a");
+  EXPECT_EQ(utf16ToSjis("\x3D\xD8"
+                        "a\0"s),
+            "?a");
   EXPECT_EQ(utf16ToSjis("\x00\xDE\x3D\xD8"s), "??");
   EXPECT_EQ(utf16ToSjis("\x3D\xD8\x3D\xD8\x00\xDE"s), "??");
   EXPECT_EQ(utf16ToSjis("\x3D\xD8\x00"s), "?");  // the odd byte is no unit
@@ -120,7 +136,10 @@ TEST(Utf16, BytesOutsideTheCodePage) {
   EXPECT_EQ(sjisToUtf16("\x82 "), "\xFB\x30 \0"s);
   EXPECT_EQ(sjisToUtf16("a\x82"), "a\0\xFB\x30"s);
   // An unassigned pair is one character.
-  EXPECT_EQ(sjisToUtf16("\x85\x40" "a"), "\xFB\x30" "a\0"s);
+  EXPECT_EQ(sjisToUtf16("\x85\x40"
+                        "a"),
+            "\xFB\x30"
+            "a\0"s);
 }
 
 TEST(Base64, Encoding) {
@@ -134,7 +153,9 @@ TEST(Base64, Encoding) {
 TEST(Base64, LenientDecoding) {
   EXPECT_EQ(base64Decode("TWFu"), "Man");
   EXPECT_EQ(base64Decode("TW Fu"), "Man");
-  EXPECT_EQ(base64Decode("T\r\nW\x82\xA0" "Fu"), "Man");
+  EXPECT_EQ(base64Decode("T\r\nW\x82\xA0"
+                         "Fu"),
+            "Man");
   // An unpadded partial group is dropped.
   EXPECT_EQ(base64Decode("TWFuTQ"), "Man");
   // A padded group ends decoding.

@@ -148,23 +148,33 @@ TEST_F(FileTest, Utf16WriterAddsMarkAndCrUnits) {
   ASSERT_TRUE(f->open(path_, "w"));
   EXPECT_TRUE(f->puts("a\nb"));
   f->flush();
-  EXPECT_EQ(readBytes(path_), "\xFF\xFE" "a\0\r\0\n\0b\0"s);
+  EXPECT_EQ(readBytes(path_),
+            "\xFF\xFE"
+            "a\0\r\0\n\0b\0"s);
   // Only position 0 gets the mark; rewinding and writing again adds a new one.
   EXPECT_TRUE(f->puts("\x82\xA0"));
   EXPECT_TRUE(f->rewind());
   EXPECT_TRUE(f->puts("c"));
   f->close();
-  EXPECT_EQ(readBytes(path_), "\xFF\xFE" "c\0\r\0\n\0b\0\x42\x30"s);
+  EXPECT_EQ(readBytes(path_),
+            "\xFF\xFE"
+            "c\0\r\0\n\0b\0\x42\x30"s);
 
   ASSERT_TRUE(f->open(path_, "wb"));
   EXPECT_FALSE(f->puts(""));  // nothing given, though the mark is written
   EXPECT_TRUE(f->puts("x\n"));
   f->close();
-  EXPECT_EQ(readBytes(path_), "\xFF\xFE" "x\0\n\0"s);
+  EXPECT_EQ(readBytes(path_),
+            "\xFF\xFE"
+            "x\0\n\0"s);
 }
 
 TEST_F(FileTest, Utf16ReaderDropsMarksAndEndsLines) {
-  auto f = openWith("utf16", "\xFF\xFE" "a\0\r\0\n\0\xFF\xFE" "b\0\n\0" "c\0\x42\x30"s);
+  auto f = openWith("utf16",
+                    "\xFF\xFE"
+                    "a\0\r\0\n\0\xFF\xFE"
+                    "b\0\n\0"
+                    "c\0\x42\x30"s);
   EXPECT_EQ(f->getline(), "a\n");
   EXPECT_EQ(f->getline(), "b\n");  // a bare LF ends a line in text mode too
   EXPECT_EQ(f->getline(), "c\x82\xA0");

@@ -34,19 +34,21 @@ TEST_F(PPExpansion, PasteMakesNewTokensThatAreRescanned) {
 }
 
 TEST_F(PPExpansion, PasteOperandsAreNotExpandedFirst) {
-  EXPECT_EQ(pp("#define A 1\n#define CAT(a, b) a ## b\n#define CALL(a) CAT(a, 2)\nCAT(A, 2) CALL(A)\n"),
-            "\n\n\nA2 12\n");
+  EXPECT_EQ(
+      pp("#define A 1\n#define CAT(a, b) a ## b\n#define CALL(a) CAT(a, 2)\nCAT(A, 2) CALL(A)\n"),
+      "\n\n\nA2 12\n");
 }
 
 TEST_F(PPExpansion, VariadicMacros) {
-  EXPECT_EQ(pp("#define LOG(fmt, ...) printf(fmt, __VA_ARGS__)\n"
-               "#define ELIDE(fmt, ...) printf(fmt, ## __VA_ARGS__)\n"
-               "#define NAMED(args...) g(args)\n"
-               "#define STR(...) #__VA_ARGS__\n"
-               "LOG(\"%d %d\", 1, (2, 3));\n"
-               "ELIDE(\"x\"); ELIDE(\"x\", 1);\n"
-               "NAMED(1, 2) STR(a, b)\n"),
-            "\n\n\n\nprintf(\"%d %d\", 1, (2, 3));\nprintf(\"x\"); printf(\"x\",1);\ng(1, 2) \"a, b\"\n");
+  EXPECT_EQ(
+      pp("#define LOG(fmt, ...) printf(fmt, __VA_ARGS__)\n"
+         "#define ELIDE(fmt, ...) printf(fmt, ## __VA_ARGS__)\n"
+         "#define NAMED(args...) g(args)\n"
+         "#define STR(...) #__VA_ARGS__\n"
+         "LOG(\"%d %d\", 1, (2, 3));\n"
+         "ELIDE(\"x\"); ELIDE(\"x\", 1);\n"
+         "NAMED(1, 2) STR(a, b)\n"),
+      "\n\n\n\nprintf(\"%d %d\", 1, (2, 3));\nprintf(\"x\"); printf(\"x\",1);\ng(1, 2) \"a, b\"\n");
 }
 
 TEST_F(PPExpansion, SelfReferenceIsNotExpandedAgain) {
@@ -96,13 +98,15 @@ TEST_F(PPExpansion, ShiftJisTrailByteIsNotABackslash) {
 }
 
 TEST_F(PPExpansion, ExpansionsDoNotPasteIntoNeighbours) {
-  EXPECT_EQ(pp("#define M -\n#define E\n#define P(x) -x\n-M a-E-b P(-1) M=\n"), "\n\n\n- - a- -b - -1 - =\n");
+  EXPECT_EQ(pp("#define M -\n#define E\n#define P(x) -x\n-M a-E-b P(-1) M=\n"),
+            "\n\n\n- - a- -b - -1 - =\n");
 }
 
 TEST_F(PPExpansion, ArgumentsSpanningLinesKeepLaterLinesInPlace) {
   EXPECT_EQ(pp("#define F(a, b) a + b\nx = F(1,\n  2\n  );\ny\n"), "\nx = 1 + 2;\n\n\ny\n");
-  EXPECT_EQ(pp("#define F(...) __VA_ARGS__\nF(1,  // first\n#ifdef F\n 2\n#else\n 3\n#endif\n)\nz\n"),
-            "\n1, 2\n\n\n\n\n\n\nz\n");
+  EXPECT_EQ(
+      pp("#define F(...) __VA_ARGS__\nF(1,  // first\n#ifdef F\n 2\n#else\n 3\n#endif\n)\nz\n"),
+      "\n1, 2\n\n\n\n\n\n\nz\n");
 }
 
 TEST_F(PPExpansion, UndefAndRedefine) {
@@ -115,9 +119,12 @@ TEST_F(PPExpansion, DirectiveLinesJoinContinuationsAndDropComments) {
 }
 
 TEST_F(PPExpansion, WrongArgumentCounts) {
-  EXPECT_EQ(pp_error("#define F(a, b) a\n\nF(1)\n"), "main.mr:3: error: macro \"F\" requires 2 arguments, but only 1 given\n");
-  EXPECT_EQ(pp_error("#define F(a) a\nF(1, 2)\n"), "main.mr:2: error: macro \"F\" passed 2 arguments, but takes just 1\n");
-  EXPECT_EQ(pp_error("#define F(a) a\nF(1,\n"), "main.mr:2: error: unterminated argument list invoking macro \"F\"\n");
+  EXPECT_EQ(pp_error("#define F(a, b) a\n\nF(1)\n"),
+            "main.mr:3: error: macro \"F\" requires 2 arguments, but only 1 given\n");
+  EXPECT_EQ(pp_error("#define F(a) a\nF(1, 2)\n"),
+            "main.mr:2: error: macro \"F\" passed 2 arguments, but takes just 1\n");
+  EXPECT_EQ(pp_error("#define F(a) a\nF(1,\n"),
+            "main.mr:2: error: unterminated argument list invoking macro \"F\"\n");
 }
 
 TEST_F(PPExpansion, MalformedDefinitions) {
@@ -125,8 +132,10 @@ TEST_F(PPExpansion, MalformedDefinitions) {
   EXPECT_EQ(pp_error("#define 3 x\n"), "main.mr:1: error: macro names must be identifiers\n");
   EXPECT_EQ(pp_error("#define F(a, a) a\n"), "main.mr:1: error: duplicate macro parameter \"a\"\n");
   EXPECT_EQ(pp_error("#define F(a b\n"), "main.mr:1: error: expected ',' or ')', found \"b\"\n");
-  EXPECT_EQ(pp_error("#define F(a) #b\n"), "main.mr:1: error: '#' is not followed by a macro parameter\n");
-  EXPECT_EQ(pp_error("#define F(a) ## a\n"), "main.mr:1: error: '##' cannot appear at either end of a macro expansion\n");
+  EXPECT_EQ(pp_error("#define F(a) #b\n"),
+            "main.mr:1: error: '#' is not followed by a macro parameter\n");
+  EXPECT_EQ(pp_error("#define F(a) ## a\n"),
+            "main.mr:1: error: '##' cannot appear at either end of a macro expansion\n");
 }
 
 TEST_F(PPExpansion, RunawayInputIsAnErrorNotACrash) {
@@ -134,11 +143,13 @@ TEST_F(PPExpansion, RunawayInputIsAnErrorNotACrash) {
   for (int i = 0; i < 500; ++i) deep += "f(";
   deep += "1";
   for (int i = 0; i < 500; ++i) deep += ")";
-  EXPECT_EQ(pp_error(deep + "\n"), "main.mr:2: error: macro calls nested too deeply in arguments\n");
+  EXPECT_EQ(pp_error(deep + "\n"),
+            "main.mr:2: error: macro calls nested too deeply in arguments\n");
 
   std::string blowup = "#define a0 x x\n";
   for (int i = 1; i < 40; ++i)
-    blowup += "#define a" + std::to_string(i) + " a" + std::to_string(i - 1) + " a" + std::to_string(i - 1) + "\n";
+    blowup += "#define a" + std::to_string(i) + " a" + std::to_string(i - 1) + " a" +
+              std::to_string(i - 1) + "\n";
   EXPECT_EQ(pp_error(blowup + "a39\n"), "main.mr:41: error: macro expansion too large\n");
 }
 

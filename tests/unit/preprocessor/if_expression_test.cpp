@@ -31,14 +31,16 @@ TEST_F(PPIfExpression, OperatorsFollowCPrecedenceAndTypes) {
       "(1 ? 2 : 1 / 0) == 2",
   };
   for (const char *expr : cases) {
-    EXPECT_EQ(pp(std::string("#if ") + expr + "\nyes\n#else\nno\n#endif\n"), "\nyes\n\n\n\n") << expr;
+    EXPECT_EQ(pp(std::string("#if ") + expr + "\nyes\n#else\nno\n#endif\n"), "\nyes\n\n\n\n")
+        << expr;
   }
 }
 
 TEST_F(PPIfExpression, DefinedAndMacros) {
-  EXPECT_EQ(pp("#define A 3\n#define B A + 1\n#define F(x) x * 2\n#define D defined(A)\n"
-               "#if defined A && defined(A) && !defined C && B == 4 && F(B) == 5 && D\nyes\n#endif\n"),
-            "\n\n\n\n\nyes\n\n");
+  EXPECT_EQ(
+      pp("#define A 3\n#define B A + 1\n#define F(x) x * 2\n#define D defined(A)\n"
+         "#if defined A && defined(A) && !defined C && B == 4 && F(B) == 5 && D\nyes\n#endif\n"),
+      "\n\n\n\n\nyes\n\n");
   // defined must not see the macro's expansion, only its name
   EXPECT_EQ(pp("#define A B\n#if defined(A) && !defined(B)\nyes\n#endif\n"), "\n\nyes\n\n");
 }
@@ -81,14 +83,17 @@ TEST_F(PPIfExpression, MalformedExpressionsAreErrors) {
         << c.expr;
   }
   EXPECT_EQ(pp_error("#if 0\n#elif\n#endif\n"), "main.mr:2: error: #elif with no expression\n");
-  EXPECT_EQ(pp_error("#if 1 +\\\n 1 /\\\n 0\n#endif\n"), "main.mr:1: error: division by zero in #if\n");
+  EXPECT_EQ(pp_error("#if 1 +\\\n 1 /\\\n 0\n#endif\n"),
+            "main.mr:1: error: division by zero in #if\n");
 }
 
 TEST_F(PPIfExpression, DeepNestingIsAnErrorNotACrash) {
   std::string deep(100000, '(');
-  EXPECT_EQ(pp_error("#if " + deep + "1\n#endif\n"), "main.mr:1: error: expression nested too deeply in #if\n");
+  EXPECT_EQ(pp_error("#if " + deep + "1\n#endif\n"),
+            "main.mr:1: error: expression nested too deeply in #if\n");
   std::string unary(100000, '-');
-  EXPECT_EQ(pp_error("#if " + unary + "1\n#endif\n"), "main.mr:1: error: expression nested too deeply in #if\n");
+  EXPECT_EQ(pp_error("#if " + unary + "1\n#endif\n"),
+            "main.mr:1: error: expression nested too deeply in #if\n");
 }
 
 }  // namespace

@@ -35,18 +35,22 @@ TEST_F(PPInclude, MacroNamesTheFile) {
 
 TEST_F(PPInclude, PragmaOnceHoldsForAnySpellingOfThePath) {
   write("lib/o.mr", "#pragma once\nonce\n");
-  EXPECT_EQ(pp("#include \"lib/o.mr\"\n#include \"lib/../lib/o.mr\"\n#include <o.mr>\nafter\n", {"-I" + path("lib")}),
+  EXPECT_EQ(pp("#include \"lib/o.mr\"\n#include \"lib/../lib/o.mr\"\n#include <o.mr>\nafter\n",
+               {"-I" + path("lib")}),
             "#line 1 \"lib/o.mr\"\n\nonce\n#line 2 \"main.mr\"\n\n\nafter\n");
 }
 
 TEST_F(PPInclude, MacrosAndConditionalsCrossFiles) {
   write("defs.mr", "#define V 7\n#ifndef GUARD\nguarded\n#endif\n");
-  EXPECT_EQ(pp("#include \"defs.mr\"\nV\n", {"-DGUARD"}), "#line 1 \"defs.mr\"\n#line 2 \"main.mr\"\n7\n");
+  EXPECT_EQ(pp("#include \"defs.mr\"\nV\n", {"-DGUARD"}),
+            "#line 1 \"defs.mr\"\n#line 2 \"main.mr\"\n7\n");
 }
 
 TEST_F(PPInclude, MissingFileNamesTheIncluderAndLine) {
-  EXPECT_EQ(pp_error("\n#include \"nope.mr\"\n"), "main.mr:2: error: include file \"nope.mr\" not found\n");
-  EXPECT_EQ(pp_error("#include nope\n"), "main.mr:1: error: #include expects \"FILENAME\" or <FILENAME>\n");
+  EXPECT_EQ(pp_error("\n#include \"nope.mr\"\n"),
+            "main.mr:2: error: include file \"nope.mr\" not found\n");
+  EXPECT_EQ(pp_error("#include nope\n"),
+            "main.mr:1: error: #include expects \"FILENAME\" or <FILENAME>\n");
   EXPECT_EQ(pp_error("#include \"\"\n"), "main.mr:1: error: empty filename in #include\n");
 }
 
@@ -74,7 +78,8 @@ TEST_F(PPInclude, ConditionalsMustBalanceInEachFile) {
   write("open.mr", "#if 1\n");
   EXPECT_EQ(pp_error("#include \"open.mr\"\n#endif\n"), "open.mr:1: error: unterminated #if\n");
   write("close.mr", "\n#endif\n");
-  EXPECT_EQ(pp_error("#ifdef X\n#include \"close.mr\"\n#endif\n", {"-DX"}), "close.mr:2: error: #endif without #if\n");
+  EXPECT_EQ(pp_error("#ifdef X\n#include \"close.mr\"\n#endif\n", {"-DX"}),
+            "close.mr:2: error: #endif without #if\n");
 }
 
 }  // namespace

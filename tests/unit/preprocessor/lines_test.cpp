@@ -16,9 +16,11 @@ TEST_F(PPLines, LongGapsGetAMarkerInstead) {
 }
 
 TEST_F(PPLines, CommentLinesPassThroughUnlessSkipped) {
-  EXPECT_EQ(pp("#!/usr/bin/env marl\n# 12 apples\n#comment\n#unknown word\n#\n#  elsewhere\n#pragma weak x\n"
+  EXPECT_EQ(pp("#!/usr/bin/env marl\n# 12 apples\n#comment\n#unknown word\n#\n#  "
+               "elsewhere\n#pragma weak x\n"
                "#if 0\n# hidden\n#!x\n#endif\n"),
-            "#!/usr/bin/env marl\n# 12 apples\n#comment\n#unknown word\n#\n#  elsewhere\n#pragma weak x\n\n\n\n\n");
+            "#!/usr/bin/env marl\n# 12 apples\n#comment\n#unknown word\n#\n#  elsewhere\n#pragma "
+            "weak x\n\n\n\n\n");
 }
 
 TEST_F(PPLines, LineDirectivesPassThroughAndMoveTheNumbering) {
@@ -35,15 +37,18 @@ TEST_F(PPLines, DirectiveWordsNeedNotStartTheLine) {
 }
 
 TEST_F(PPLines, DirectivesInsideBlockStringsAndCommentsAreText) {
-  EXPECT_EQ(pp("s = \"\"\"\n#define X 1\n\"\"\"\n/*\n#error no\n*/ X\n"), "s = \"\"\"\n#define X 1\n\"\"\"\n/*\n#error no\n*/ X\n");
+  EXPECT_EQ(pp("s = \"\"\"\n#define X 1\n\"\"\"\n/*\n#error no\n*/ X\n"),
+            "s = \"\"\"\n#define X 1\n\"\"\"\n/*\n#error no\n*/ X\n");
   // and a skipped group ends only at an #endif outside them
   EXPECT_EQ(pp("#if 0\n/*\n#endif\n*/\n#endif\nok\n"), "\n\n\n\n\nok\n");
 }
 
 TEST_F(PPLines, CrLfLineEnds) {
   write("inc.mr", "inc\r\n");
-  EXPECT_EQ(pp("#define X 1 \\\r\n + 2\r\n#ifdef X\r\nX\r\n#endif\r\n#include \"inc.mr\"\r\ns = \"\"\"\r\nX\r\n\"\"\"\r\n"),
-            "\n\n\n1 + 2\r\n#line 1 \"inc.mr\"\ninc\r\n#line 7 \"main.mr\"\ns = \"\"\"\r\nX\r\n\"\"\"\r\n");
+  EXPECT_EQ(pp("#define X 1 \\\r\n + 2\r\n#ifdef X\r\nX\r\n#endif\r\n#include \"inc.mr\"\r\ns = "
+               "\"\"\"\r\nX\r\n\"\"\"\r\n"),
+            "\n\n\n1 + 2\r\n#line 1 \"inc.mr\"\ninc\r\n#line 7 \"main.mr\"\ns = "
+            "\"\"\"\r\nX\r\n\"\"\"\r\n");
 }
 
 TEST_F(PPLines, LineAndFileNamesAreLeftToTheScanner) {

@@ -6,8 +6,9 @@ namespace {
 using PPOptionsAndErrors = PPTest;
 
 TEST_F(PPOptionsAndErrors, DefinesAndUndefinesApplyInOrder) {
-  EXPECT_EQ(pp("A B C F(2)\n", {"-DA", "-UA", "-DB=2", "-DA=x y", "-DC", "-DF(v)=v+1", "-UC", "-UNEVER"}),
-            "x y 2 C 2+1\n");
+  EXPECT_EQ(
+      pp("A B C F(2)\n", {"-DA", "-UA", "-DB=2", "-DA=x y", "-DC", "-DF(v)=v+1", "-UC", "-UNEVER"}),
+      "x y 2 C 2+1\n");
   EXPECT_EQ(pp("#ifdef E\nempty[E]\n#endif\n", {"-DE="}), "\nempty[]\n\n");
 }
 
@@ -22,19 +23,26 @@ TEST_F(PPOptionsAndErrors, BadCommandLines) {
     std::string err = ::testing::internal::GetCapturedStderr();
     return std::make_pair(status, err);
   };
-  EXPECT_EQ(call({"", in}), std::make_pair(1, std::string("<command-line>: error: no output file given (-o)\n")));
-  EXPECT_EQ(call({"", out}), std::make_pair(1, std::string("<command-line>: error: no input file given\n")));
-  EXPECT_EQ(call({"", "-D3", out, in}),
-            std::make_pair(1, std::string("<command-line>: error: macro names must be identifiers (in \"-D3\")\n")));
-  EXPECT_EQ(call({"", "-q", out, in}), std::make_pair(1, std::string("<command-line>: error: unknown option \"-q\"\n")));
+  EXPECT_EQ(call({"", in}),
+            std::make_pair(1, std::string("<command-line>: error: no output file given (-o)\n")));
+  EXPECT_EQ(call({"", out}),
+            std::make_pair(1, std::string("<command-line>: error: no input file given\n")));
+  EXPECT_EQ(
+      call({"", "-D3", out, in}),
+      std::make_pair(
+          1, std::string("<command-line>: error: macro names must be identifiers (in \"-D3\")\n")));
+  EXPECT_EQ(call({"", "-q", out, in}),
+            std::make_pair(1, std::string("<command-line>: error: unknown option \"-q\"\n")));
   auto missing = call({"", out, path("missing.mr")});
   EXPECT_EQ(missing.first, 1);
-  EXPECT_EQ(relative(missing.second),
-            "<command-line>: error: cannot open input file \"missing.mr\": No such file or directory\n");
+  EXPECT_EQ(
+      relative(missing.second),
+      "<command-line>: error: cannot open input file \"missing.mr\": No such file or directory\n");
   auto unwritable = call({"", "-o" + path("no/such/dir/out.i"), in});
   EXPECT_EQ(unwritable.first, 1);
   EXPECT_EQ(relative(unwritable.second),
-            "<command-line>: error: cannot write output file \"no/such/dir/out.i\": No such file or directory\n");
+            "<command-line>: error: cannot write output file \"no/such/dir/out.i\": No such file "
+            "or directory\n");
 }
 
 TEST_F(PPOptionsAndErrors, UnbalancedConditionals) {

@@ -34,13 +34,24 @@ void expectError(Fn fn, const char *message) {
 
 TEST(NumberText, DefaultFormat) {
   const std::pair<double, const char *> cases[] = {
-      {1.0 / 3.0, "0.3333333333"}, {0.5, "0.5"}, {3, "3"}, {-123, "-123"}, {-0.0, "-0"},
-      {1e21, "1e+21"}, {1e-5, "1e-05"}, {0.1 + 0.2, "0.3"},
+      {1.0 / 3.0, "0.3333333333"},
+      {0.5, "0.5"},
+      {3, "3"},
+      {-123, "-123"},
+      {-0.0, "-0"},
+      {1e21, "1e+21"},
+      {1e-5, "1e-05"},
+      {0.1 + 0.2, "0.3"},
       // Around the integer fast path's edge: ten digits still print in full.
-      {9999999999.0, "9999999999"}, {-9999999999.0, "-9999999999"}, {1e10, "1e+10"},
+      {9999999999.0, "9999999999"},
+      {-9999999999.0, "-9999999999"},
+      {1e10, "1e+10"},
       {9007199254740993.0, "9.007199255e+15"},
       // Non-finite numbers never reach the format.
-      {kInf, "+Inf"}, {-kInf, "-Inf"}, {nanValue(), "NaN"}, {-nanValue(), "NaN"}};
+      {kInf, "+Inf"},
+      {-kInf, "-Inf"},
+      {nanValue(), "NaN"},
+      {-nanValue(), "NaN"}};
   for (const auto &[d, text] : cases) EXPECT_EQ(textOf(d), text);
 
   uint64_t bits;
@@ -92,21 +103,30 @@ TEST(ValueText, OtherKinds) {
 
 TEST(NumericText, Forms) {
   const std::pair<const char *, double> good[] = {
-      {"0.5", 0.5}, {".5", 0.5}, {"-.25", -0.25}, {"08.5", 8.5}, {"1.", 1},  // fraction
-      {" 12 ", 12}, {"\t+7\n", 7}, {"-42", -42}, {"123456789012345678901", 1.2345678901234568e20},
-      {"1e3", 1000}, {"+.5e-3", 0.0005}, {"2E+2", 200}, {"01e3", 1000}, {"1.2.3e5", 1.2},
-      {".e5", 0}, {"1e999", kInf}, {"-1e999", -kInf},                                // exponent
-      {"0", 0}, {"-0.", 0}, {" 0. ", 0},                                             // zero
-      {"0x1F", 31}, {"0x_ff", 255}, {"0xffffffff", -1}, {"0x100000001", 1}, {"0x_", 0},
-      {"010", 8}, {"017", 15}, {"0_7", 7}, {"0b101", 5}, {"0b_1_1", 3}};
+      {"0.5", 0.5},       {".5", 0.5},
+      {"-.25", -0.25},    {"08.5", 8.5},
+      {"1.", 1},  // fraction
+      {" 12 ", 12},       {"\t+7\n", 7},
+      {"-42", -42},       {"123456789012345678901", 1.2345678901234568e20},
+      {"1e3", 1000},      {"+.5e-3", 0.0005},
+      {"2E+2", 200},      {"01e3", 1000},
+      {"1.2.3e5", 1.2},   {".e5", 0},
+      {"1e999", kInf},    {"-1e999", -kInf},  // exponent
+      {"0", 0},           {"-0.", 0},
+      {" 0. ", 0},  // zero
+      {"0x1F", 31},       {"0x_ff", 255},
+      {"0xffffffff", -1}, {"0x100000001", 1},
+      {"0x_", 0},         {"010", 8},
+      {"017", 15},        {"0_7", 7},
+      {"0b101", 5},       {"0b_1_1", 3}};
   for (const auto &[text, value] : good) {
     double d = -999;
     EXPECT_TRUE(parseNumericText(text, d)) << text;
     EXPECT_EQ(d, value) << text;
   }
-  for (const char *text : {"", "   ", "abc", "+", "--1", ".", "1.2.3", "1 2", "12abc", "1_000",
-                           "1e", "e5", "1e+", "0X1F", "0x", "-0x10", "0xg", "08", "-010", "0b12",
-                           "0B1", "inf", "nan", "0x1p3"}) {
+  for (const char *text : {"",      "   ",   "abc",  "+",    "--1", ".",    "1.2.3", "1 2",
+                           "12abc", "1_000", "1e",   "e5",   "1e+", "0X1F", "0x",    "-0x10",
+                           "0xg",   "08",    "-010", "0b12", "0B1", "inf",  "nan",   "0x1p3"}) {
     double d;
     EXPECT_FALSE(parseNumericText(text, d)) << text;
   }
@@ -146,9 +166,10 @@ TEST(ToNumber, ByKind) {
 }
 
 TEST(ToNumber, Int32AndUint32Ranges) {
-  const std::pair<double, double> i32[] = {
-      {-2.9, -2}, {2147483647.0, 2147483647.0}, {2147483647.5, 0}, {-2147483648.0, -2147483648.0},
-      {-2147483648.5, 0}, {3e9, 0}, {nanValue(), 0}, {kInf, 0}};
+  const std::pair<double, double> i32[] = {{-2.9, -2},         {2147483647.0, 2147483647.0},
+                                           {2147483647.5, 0},  {-2147483648.0, -2147483648.0},
+                                           {-2147483648.5, 0}, {3e9, 0},
+                                           {nanValue(), 0},    {kInf, 0}};
   for (const auto &[in, out] : i32) EXPECT_EQ(toInt32Value(Value::num(in)).number, out) << in;
   EXPECT_EQ(toInt32Value(makeString("2.9")).number, 2);
   EXPECT_FALSE(std::signbit(toInt32Value(Value::num(-0.5)).number));
@@ -187,7 +208,7 @@ TEST(QuoteText, Escapes) {
   EXPECT_EQ(quoteText("\x82\xa0\x95\x5c"), "\"\x82\xa0\x95\x5c\"");
   EXPECT_EQ(quoteText("\x81\x22"), "\"\\x81\"\"");  // 0x22 is no trail byte
   EXPECT_EQ(quoteText("\xe0\x0a"), "\"\\xe0\\n\"");
-  EXPECT_EQ(quoteText("a\x82"), "\"a\\x82\"");      // lone lead byte at the end
+  EXPECT_EQ(quoteText("a\x82"), "\"a\\x82\"");  // lone lead byte at the end
 }
 
 TEST(InspectText, Containers) {
