@@ -9,23 +9,32 @@
 namespace marl {
 
 namespace {
+
 uint64_t cap = UINT64_MAX;
-}
 
-void capMemoryLimit(uint64_t bytes) { cap = std::min(cap, bytes); }
-
-uint64_t processMemoryLimit() {
-  uint64_t limit = cap;
+// Read once: pack() and read() ask on every call, and the machine's memory
+// and the process's limits do not change under a running script.
+uint64_t systemMemoryLimit() {
+  uint64_t limit = UINT64_MAX;
   long pages = sysconf(_SC_PHYS_PAGES);
   long pageSize = sysconf(_SC_PAGESIZE);
   if (pages > 0 && pageSize > 0)
-    limit = std::min(limit, static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize));
+    limit = static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize);
   for (int resource : {RLIMIT_AS, RLIMIT_DATA}) {
     rlimit rl;
     if (getrlimit(resource, &rl) == 0 && rl.rlim_cur != RLIM_INFINITY)
       limit = std::min<uint64_t>(limit, rl.rlim_cur);
   }
   return limit;
+}
+
+}  // namespace
+
+void capMemoryLimit(uint64_t bytes) { cap = std::min(cap, bytes); }
+
+uint64_t processMemoryLimit() {
+  static const uint64_t system = systemMemoryLimit();
+  return std::min(cap, system);
 }
 
 bool beyondMemory(uint64_t count, uint64_t itemSize) {
