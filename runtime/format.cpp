@@ -121,10 +121,10 @@ struct CDirective {
   size_t stop = 0;
 };
 
-long long readCInt(std::string_view spec, size_t &i, bool &overflow) {
+long long readCInt(std::string_view text, size_t &i, bool &overflow) {
   long long v = 0;
-  for (; i < spec.size() && spec[i] >= '0' && spec[i] <= '9'; i++) {
-    v = v * 10 + (spec[i] - '0');
+  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; i++) {
+    v = v * 10 + (text[i] - '0');
     if (v > INT_MAX) {
       overflow = true;
       v = INT_MAX;
@@ -133,11 +133,11 @@ long long readCInt(std::string_view spec, size_t &i, bool &overflow) {
   return v;
 }
 
-CDirective readCDirective(std::string_view spec) {
+CDirective readCDirective(std::string_view text) {
   CDirective d;
   size_t i = 0;
-  for (; i < spec.size(); i++) {
-    char c = spec[i];
+  for (; i < text.size(); i++) {
+    char c = text[i];
     if (c == '-')
       d.minus = true;
     else if (c == '+')
@@ -151,27 +151,27 @@ CDirective readCDirective(std::string_view spec) {
     else
       break;
   }
-  d.width = readCInt(spec, i, d.overflow);
-  if (i < spec.size() && spec[i] == '.') {
+  d.width = readCInt(text, i, d.overflow);
+  if (i < text.size() && text[i] == '.') {
     i++;
-    d.precision = readCInt(spec, i, d.overflow);
+    d.precision = readCInt(text, i, d.overflow);
   }
-  if (i < spec.size()) {
-    if (spec[i] == 'h') {
+  if (i < text.size()) {
+    if (text[i] == 'h') {
       i++;
       d.length = "h";
-      if (i < spec.size() && spec[i] == 'h') {
+      if (i < text.size() && text[i] == 'h') {
         i++;
         d.length = "hh";
       }
-    } else if (spec[i] == 'l') {
+    } else if (text[i] == 'l') {
       i++;
       d.length = "l";
-      if (i < spec.size() && spec[i] == 'l') {
+      if (i < text.size() && text[i] == 'l') {
         i++;
         d.length = "ll";
       }
-    } else if (spec[i] == 'L') {
+    } else if (text[i] == 'L') {
       i++;
       d.length = "L";
     }
@@ -183,7 +183,7 @@ CDirective readCDirective(std::string_view spec) {
 // What the C library writes for a directive it cannot read: "%", the flags
 // in its own order, width, precision, the byte it stopped at, and then the
 // rest of the directive as plain text.
-void appendShownDirective(std::string &out, const CDirective &d, std::string_view spec,
+void appendShownDirective(std::string &out, const CDirective &d, std::string_view text,
                           char letter) {
   std::string shown = "%";
   if (d.hash) shown += '#';
@@ -195,7 +195,7 @@ void appendShownDirective(std::string &out, const CDirective &d, std::string_vie
   if (d.zero && !d.minus) shown += '0';
   if (d.width != 0) shown += std::to_string(d.width);
   if (d.precision >= 0) shown += '.' + std::to_string(d.precision);
-  shown.append(spec.substr(d.stop));
+  shown.append(text.substr(d.stop));
   shown += letter;
   out.append(shown, 0, std::min(shown.size(), kMaxResult));
 }
@@ -333,13 +333,13 @@ bool beyondCLength(const Value &arg, const CDirective &d, char letter) {
 }
 
 // One conversion of the C library's groups; false when the letter is none.
-bool formatThroughC(std::string &out, std::string_view spec, char letter, const Value *arg) {
+bool formatThroughC(std::string &out, std::string_view text, char letter, const Value *arg) {
   if (letter == '\0' || !std::strchr("eEfgGdiouxXcs", letter)) return false;
   if (!arg) return true;
-  CDirective d = readCDirective(spec);
+  CDirective d = readCDirective(text);
   if (d.overflow) return true;  // the C library fails and writes nothing
-  if (d.stop < spec.size()) {
-    appendShownDirective(out, d, spec, letter);
+  if (d.stop < text.size()) {
+    appendShownDirective(out, d, text, letter);
     return true;
   }
   if (beyondCLength(*arg, d, letter)) return true;
@@ -366,7 +366,7 @@ std::string format_values(std::string_view format, const Value *args, size_t cou
     size_t j = pct + 1;
     while (j < n && isSpecByte(format[j])) j++;
     if (j >= n) break;
-    std::string_view spec = format.substr(pct + 1, j - pct - 1);
+    std::string_view text = format.substr(pct + 1, j - pct - 1);
     char letter = format[j];
     i = j + 1;
     if (letter == '%') {
@@ -375,7 +375,7 @@ std::string format_values(std::string_view format, const Value *args, size_t cou
     }
     // Every conversion uses up one argument, shown or not.
     const Value *arg = next < count ? &args[next] : nullptr;
-    if (formatThroughC(out, spec, letter, arg)) {
+    if (formatThroughC(out, text, letter, arg)) {
       if (arg) next++;
       continue;
     }
@@ -383,7 +383,7 @@ std::string format_values(std::string_view format, const Value *args, size_t cou
       if (arg) {
         Directive dir;
         bool afterDot = false;
-        for (char c : spec) addToSpec(dir, c, afterDot);
+        for (char c : text) addToSpec(dir, c, afterDot);
         formatBinary(out, integerBits(toNumber(*arg), dir.wide() ? 64 : 32), dir);
         next++;
       }
