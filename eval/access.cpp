@@ -114,19 +114,17 @@ void resolvePropertyCall(Context &ctx, Node *node, Place &place) {
 Symbol *declareForAssignment(Node *nameNode) {
   Name *name = nameNode->payload.name;
   if (strictMode()) notDeclared(nameNode->line, name);
-  return declare(innermostScope(), name);
+  bool existed;
+  if (nameNode->resolved && nameNode->slot >= 0) return declareSlot(nameNode->slot, existed);
+  return declareInnermost(name, false, existed);
 }
 
-Symbol *declareHere(Name *name, int line, bool strictCheck) {
-  SymMan *scope = innermostScope();
-  Name *vn = name->var ? name->var : name;
-  Symbol *s = scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn);
-  if (s) {
-    if (strictCheck && strictMode())
-      raise_error(line, "Symbol %s already declared", vn->text.c_str());
-    return s;
-  }
-  return declare(scope, vn);
+Symbol *declareAtNode(Node *node, Name *name, int line, bool strictCheck) {
+  bool existed;
+  Symbol *s = node->slot >= 0 ? declareSlot(node->slot, existed) : declareInnermost(name, false, existed);
+  if (existed && strictCheck && strictMode())
+    raise_error(line, "Symbol %s already declared", (name->var ? name->var : name)->text.c_str());
+  return s;
 }
 
 void s_get(Context &ctx, Value &result, Node *node) {

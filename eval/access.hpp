@@ -33,18 +33,23 @@ void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
-// The variable a name node denotes (null when not declared), through the
-// node's cache while no scope has changed.
+// The variable a name node denotes (null when not declared). A resolved
+// name is held by one of its candidate slots or is a global, unless text
+// run by eval has declared names the resolver never saw in this frame.
 inline Symbol *variableAt(Node *nameNode) {
-  Name *name = nameNode->payload.name;
-  if (name->var) name = name->var;
-  if (nameNode->symbolEpoch == scopeEpoch() && nameNode->cachedBindings == name->bindings)
-    return nameNode->cachedSymbol;
-  Symbol *s = lookupVariable(name);
-  nameNode->cachedSymbol = s;
-  nameNode->symbolEpoch = scopeEpoch();
-  nameNode->cachedBindings = name->bindings;
-  return s;
+  Frame *f = runningFrame();
+  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
+    for (int k = 0; k < nameNode->candidates; k++) {
+      Symbol *s = &f->slots[nameNode->candidate[k]];
+      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
+    }
+    Name *name = nameNode->payload.name;
+    if (name->var) name = name->var;
+    if (f->statics && *f->statics)
+      if (Symbol *s = (*f->statics)->findHere(name)) return s;
+    return name->global;
+  }
+  return lookupVariable(nameNode->payload.name);
 }
 // A number literal, or a name holding a number (not a boolean): its value
 // without evaluating a node. Reading either has no side effect, so a caller
@@ -70,7 +75,9 @@ inline Symbol *variableForAssignment(Node *nameNode) {
   Symbol *s = variableAt(nameNode);
   return s ? s : declareForAssignment(nameNode);
 }
-// Declares `name` in the innermost scope (or reuses it there).
-Symbol *declareHere(Name *name, int line, bool strictCheck);
+// Declares the name of a declaring node (`var`, a loop or catch variable,
+// `let`, a nested function) in the innermost scope, or finds it declared
+// there already ("Symbol %s already declared" in strict mode when asked).
+Symbol *declareAtNode(Node *node, Name *name, int line, bool strictCheck);
 
 }  // namespace marl

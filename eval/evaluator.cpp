@@ -124,8 +124,8 @@ void initialiseDeclarator(Context &ctx, Symbol *sym, Node *d) {
 
 void evalVar(Context &ctx, Node *node) {
   for (Node *d = node->left; d; d = d->next) {
-    Name *name = declaratorName(d);
-    Symbol *sym = declareHere(name, d->line, true);
+    Node *nameNode = d->opcode == OP_NAME ? d : d->left;
+    Symbol *sym = declareAtNode(nameNode, nameNode->payload.name, d->line, true);
     initialiseDeclarator(ctx, sym, d);
   }
 }
@@ -147,37 +147,23 @@ void evalExtern(Node *node) {
   for (Node *d = node->left; d; d = d->next) {
     Name *name = d->payload.name;
     Name *vn = name->var ? name->var : name;
-    SymMan *scope = innermostScope();
-    if (strictMode() && (scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn)))
-      raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
-    if (scope->kind == SCOPE_GLOBAL)
+    if (innermostIsGlobal()) {
+      if (strictMode() && vn->global)
+        raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
       raise_error(d->line, "Variable cannot extern from global scope");
-    Symbol *s = scope->findHere(vn);
-    if (s) {
-      s->refersToGlobal = true;
-      vn->bindings++;
-    } else {
-      declare(scope, vn, true);
     }
+    declareAtNode(d, vn, d->line, true)->refersToGlobal = true;
   }
 }
 
-// The static table of the running function: the nearest function scope's,
-// made on first use; at the top level, the global scope.
+// The static table of the running function, made on first use; at the top
+// level, the global scope.
 SymMan *functionStatics(int) {
   if (current->runningFunctions.empty()) return globalScope();
   func_data *fd = current->runningFunctions.back();
   if (!fd->statics) {
     fd->statics = new SymMan();
     fd->statics->kind = SCOPE_FUNCTION;
-    const auto &stack = scopeStack();
-    for (size_t i = stack.size(); i-- > 0;) {
-      if (stack[i]->kind == SCOPE_FUNCTION) {
-        stack[i]->statics = fd->statics;
-        scopesChanged();
-        break;
-      }
-    }
   }
   return fd->statics;
 }
@@ -244,7 +230,7 @@ void evalFuncDef(Node *node) {
     d->arity = static_cast<int32_t>(def->params.size());
     info->variants.push_back(d);
   }
-  Symbol *s = declareHere(def->name, node->line, false);
+  Symbol *s = declareAtNode(node, def->name, node->line, false);
   s->value = Value(new MFuncRef(info));
 }
 
@@ -252,8 +238,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Node *target = c->a;
   if (target->opcode == OP_VAR) {
-    Name *name = declaratorName(target->left);
-    declareHere(name, target->line, true);
+    declareAtNode(target->left, target->left->payload.name, target->line, true);
     target = target->left;
   }
   Value coll;
@@ -287,7 +272,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   ScopeGuard scope;
-  pushScope(SCOPE_BLOCK);
+  pushBlockScope(node->slot);
   {
     Value subject;
     evaluate(ctx, subject, c->a);
@@ -329,7 +314,7 @@ void evalTry(Context &ctx, Value &result, Node *node) {
     if (c->b) {
       Node *target = c->b;
       if (target->opcode == OP_VAR) {
-        declareHere(declaratorName(target->left), target->line, true);
+        declareAtNode(target->left, target->left->payload.name, target->line, true);
         target = target->left;
       }
       s_set(ctx, target, makeString(e.what()));
@@ -509,7 +494,7 @@ void evalLet(Context &ctx, Value &result, Node *node) {
   if (node->left->opcode != OP_NAME) raise_error(node->line, "Bad type operation in let()");
   Value v;
   evaluate(ctx, v, node->right);
-  Symbol *s = declareHere(node->left->payload.name, node->line, true);
+  Symbol *s = declareAtNode(node->left, node->left->payload.name, node->line, true);
   s->value = v;
   result = std::move(v);
 }
@@ -677,7 +662,7 @@ void evaluate(Context &ctx, Value &result, Node *node) {
       return;
     case OP_BLOCK: {
       ScopeGuard scope;
-      pushScope(SCOPE_BLOCK);
+      pushBlockScope(node->slot);
       result.setNull();
       evaluateList(ctx, result, node->left);
       return;
@@ -959,15 +944,21 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
     fd->handler(ctx, line, args, result);
     return;
   }
-  FunctionDef *def = fd->def;
-  CallFrame frame(fd);
+  const FrameLayout &layout = functionLayout(fd->def);
+  CallFrame running(fd);
+  Frame frame;
+  FrameGuard slots(frame, &layout, &fd->statics);
   ScopeGuard scopes;
-  SymMan *scope = pushScope(SCOPE_FUNCTION);
-  scope->statics = fd->statics;
-  for (size_t i = 0; i < def->params.size(); i++)
-    declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+  pushFunctionScope();
+  // A repeated parameter name is one variable, holding the first argument.
+  for (size_t i = 0; i < layout.paramSlots.size(); i++) {
+    Symbol &p = frame.slots[layout.paramSlots[i]];
+    if (p.live) continue;
+    p.live = true;
+    if (i < args.size()) p.value = args[i];
+  }
   Value body;
-  evaluate(ctx, body, def->body);
+  evaluate(ctx, body, fd->def->body);
   result.setNull();
   settleJump(ctx, result);
 }
@@ -1002,9 +993,9 @@ void MFuncRef::pushChildren(MarkStack &stack) const { pushFunctionStatics(info, 
 namespace {
 
 void markRoots(MarkStack &stack) {
-  for (SymMan *scope : scopeStack())
-    for (Symbol *s : scope->symbols)
-      if (s->value.object) stack.push_back(s->value.object);
+  forEachVisibleSymbol([&](Symbol *s) {
+    if (s->value.object) stack.push_back(s->value.object);
+  });
   forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
   for (auto &entry : current->nestedFunctions) pushFunctionStatics(entry.second, stack);
 }

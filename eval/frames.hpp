@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "eval/context.hpp"
+#include "frontend/symbols.hpp"
 
 namespace marl {
 
@@ -20,6 +21,21 @@ class ScopeGuard {
 
  private:
   size_t depth_;
+};
+
+// Gives a frame its slots and makes it the running frame until destroyed;
+// constructed before the ScopeGuard of the frame's scopes, so that the
+// scopes release their variables first.
+class FrameGuard {
+ public:
+  FrameGuard(Frame &frame, const FrameLayout *layout, SymMan **statics)
+      : mark_(enterFrame(frame, layout, statics)) {}
+  ~FrameGuard() { leaveFrame(mark_); }
+  FrameGuard(const FrameGuard &) = delete;
+  FrameGuard &operator=(const FrameGuard &) = delete;
+
+ private:
+  FrameMark mark_;
 };
 
 // A running script function: holds its variant (redefining the function in
