@@ -121,7 +121,8 @@ Symbol *declareForAssignment(Node *nameNode) {
 
 Symbol *declareAtNode(Node *node, Name *name, int line, bool strictCheck) {
   bool existed;
-  Symbol *s = node->slot >= 0 ? declareSlot(node->slot, existed) : declareInnermost(name, false, existed);
+  Symbol *s =
+      node->slot >= 0 ? declareSlot(node->slot, existed) : declareInnermost(name, false, existed);
   if (existed && strictCheck && strictMode())
     raise_error(line, "Symbol %s already declared", (name->var ? name->var : name)->text.c_str());
   return s;

@@ -13,9 +13,9 @@ struct func_data;
 // Pops every scope pushed after its construction.
 class ScopeGuard {
  public:
-  ScopeGuard();
+  ScopeGuard() : depth_(scopeDepth()) {}
   // Releasing a scope's values can raise an internal error; let it through.
-  ~ScopeGuard() noexcept(false);
+  ~ScopeGuard() noexcept(false) { popScopesTo(depth_); }
   ScopeGuard(const ScopeGuard &) = delete;
   ScopeGuard &operator=(const ScopeGuard &) = delete;
 
@@ -38,9 +38,8 @@ class FrameGuard {
   FrameMark mark_;
 };
 
-// A running script function: holds its variant (redefining the function in
-// its own body must not free what runs) and marks it running, which is where
-// `static` finds its table.
+// A running script function: holds its variant, since redefining the
+// function in its own body must not free what runs.
 class CallFrame {
  public:
   explicit CallFrame(func_data *fd);

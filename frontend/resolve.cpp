@@ -85,8 +85,7 @@ class Resolver {
   void declarators(Node *list, int32_t block, bool declare) {
     for (Node *d = list; d; d = d->next) {
       Node *name = d->opcode == OP_NAME ? d : d->left;
-      if (declare && name && name->opcode == OP_NAME)
-        declaration(name, block, name->payload.name);
+      if (declare && name && name->opcode == OP_NAME) declaration(name, block, name->payload.name);
       if (d->opcode == OP_ASSIGN || d->opcode == OP_INDEX) push(d->right, block);
     }
   }

@@ -41,8 +41,8 @@ void dropTable(SymMan *t) {
 Symbol *takeSlots(size_t n) {
   ScopeStack &st = cur();
   if (st.chunks.empty()) {
-    st.chunks.push_back({std::make_unique<Symbol[]>(std::max(kChunkSymbols, n)),
-                         std::max(kChunkSymbols, n)});
+    st.chunks.push_back(
+        {std::make_unique<Symbol[]>(std::max(kChunkSymbols, n)), std::max(kChunkSymbols, n)});
     st.chunk = 0;
     st.used = 0;
   }
@@ -104,35 +104,29 @@ void pushGlobalScope() {
   g.kind = SCOPE_GLOBAL;
   g.frame = &cur().base;
   g.extra = newTable(SCOPE_GLOBAL);
-  cur().scopes.push_back(g);
+  cur().scopes.push(g);
 }
 
-void pushBlockScope(int32_t block) {
-  Scope s;
-  s.block = block;
-  s.frame = cur().frame;
-  cur().scopes.push_back(s);
+void ScopeList::grow() {
+  size_t n = size();
+  size_t capacity = n < 16 ? 32 : n * 2;
+  Scope *bigger = new Scope[capacity];
+  for (size_t i = 0; i < n; i++) bigger[i] = base_[i];
+  delete[] base_;
+  base_ = bigger;
+  top_ = bigger + n;
+  cap_ = bigger + capacity;
 }
 
-void pushFunctionScope() {
-  Scope s;
-  s.kind = SCOPE_FUNCTION;
-  s.frame = cur().frame;
-  s.block = s.frame->layout ? 0 : -1;
-  cur().scopes.push_back(s);
-}
-
-void popScopesTo(size_t depth) {
-  while (cur().scopes.size() > depth) {
-    // Off the stack first: releasing a value can run a finalizer, which
-    // opens scopes of its own.
-    Scope s = cur().scopes.back();
-    cur().scopes.pop_back();
-    if (s.block >= 0) releaseSlots(s);
-    if (s.extra) {
-      if (s.kind != SCOPE_GLOBAL) s.frame->dynamic -= static_cast<uint32_t>(s.extra->symbols.size());
-      dropTable(s.extra);
-    }
+void popScope() {
+  // Off the stack first: releasing a value can run a finalizer, which opens
+  // scopes of its own.
+  Scope s = cur().scopes.back();
+  cur().scopes.pop();
+  if (s.block >= 0) releaseSlots(s);
+  if (s.extra) {
+    if (s.kind != SCOPE_GLOBAL) s.frame->dynamic -= static_cast<uint32_t>(s.extra->symbols.size());
+    dropTable(s.extra);
   }
 }
 
@@ -210,7 +204,7 @@ Symbol *externTarget(Name *name) {
 
 Symbol *lookupVariable(Name *name) {
   name = varName(name);
-  const std::vector<Scope> &scopes = cur().scopes;
+  const ScopeList &scopes = cur().scopes;
   for (size_t i = scopes.size(); i-- > 1;) {
     const Scope &s = scopes[i];
     Symbol *sym = nullptr;

@@ -56,6 +56,34 @@ struct Scope {
   SymMan *extra = nullptr;  // made on first use; the global scope's table
 };
 
+// The open scopes, bottom first. Blocks and calls open and close scopes all
+// the time, so pushing and popping are a few instructions inline.
+class ScopeList {
+ public:
+  ScopeList() = default;
+  ScopeList(const ScopeList &) = delete;
+  ScopeList &operator=(const ScopeList &) = delete;
+  ~ScopeList() { delete[] base_; }
+  size_t size() const { return static_cast<size_t>(top_ - base_); }
+  bool empty() const { return top_ == base_; }
+  Scope &back() { return top_[-1]; }
+  Scope &front() { return base_[0]; }
+  const Scope &operator[](size_t i) const { return base_[i]; }
+  const Scope *begin() const { return base_; }
+  const Scope *end() const { return top_; }
+  void push(const Scope &s) {
+    if (top_ == cap_) grow();
+    *top_++ = s;
+  }
+  void pop() { --top_; }
+
+ private:
+  void grow();
+  Scope *base_ = nullptr;
+  Scope *top_ = nullptr;
+  Scope *cap_ = nullptr;
+};
+
 // Where enterFrame left the slot stack and the running frame.
 struct FrameMark {
   Frame *previous;
@@ -66,9 +94,9 @@ struct FrameMark {
 // The scope stack of the interpreter state. While it exists it is the stack
 // the operations below work on; destroying it drops every scope.
 struct ScopeStack {
-  std::vector<Scope> scopes;
-  Frame base;             // the global level's frame: no slots
-  Frame *frame = &base;   // the running frame
+  ScopeList scopes;
+  Frame base;            // the global level's frame: no slots
+  Frame *frame = &base;  // the running frame
   // Frames take their slots from chunks that never move, so a symbol's
   // address stays valid while its frame runs.
   struct Chunk {
@@ -90,10 +118,33 @@ inline Frame *runningFrame() { return activeScopes->frame; }
 // Scope stack operations.
 void pushGlobalScope();
 // A block scope of the running frame (`block` -1: one without slots).
-void pushBlockScope(int32_t block);
+inline void pushBlockScope(int32_t block) {
+  Scope s;
+  s.block = block;
+  s.frame = activeScopes->frame;
+  activeScopes->scopes.push(s);
+}
 // The outermost scope of a call: block 0 of the running frame's layout.
-void pushFunctionScope();
-void popScopesTo(size_t depth);
+inline void pushFunctionScope() {
+  Scope s;
+  s.kind = SCOPE_FUNCTION;
+  s.frame = activeScopes->frame;
+  s.block = s.frame->layout ? 0 : -1;
+  activeScopes->scopes.push(s);
+}
+// Closes the innermost scope, releasing its variables.
+void popScope();
+inline void popScopesTo(size_t depth) {
+  ScopeList &list = activeScopes->scopes;
+  while (list.size() > depth) {
+    const Scope &s = list.back();
+    // Most scopes hold nothing to release.
+    if (!s.extra && (s.block < 0 || s.frame->layout->blocks[s.block].count == 0))
+      list.pop();
+    else
+      popScope();
+  }
+}
 inline size_t scopeDepth() { return activeScopes->scopes.size(); }
 inline bool innermostIsGlobal() { return activeScopes->scopes.back().kind == SCOPE_GLOBAL; }
 SymMan *globalScope();
