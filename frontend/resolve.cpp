@@ -27,6 +27,7 @@ class Resolver {
   int32_t newBlock(int32_t parent) {
     parents_.push_back(parent);
     declared_.emplace_back();
+    surely_.emplace_back();
     return static_cast<int32_t>(parents_.size() - 1);
   }
 
@@ -39,6 +40,12 @@ class Resolver {
     if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
     sites_.push_back(Site{node, block, name});
   }
+  // From here to the end of `block`, `name` is declared there: a `var`
+  // statement of the block itself (not one inside an if or a loop) has run,
+  // and nothing in a block runs again what came before it.
+  void surelyDeclared(int32_t block, Name *name) {
+    if (block >= 0) surely_[block].push_back(variableName(name));
+  }
 
   // Walks a statement list (or, with `list` false, one node).
   void walk(Node *root, int32_t block, bool list);
@@ -48,26 +55,45 @@ class Resolver {
   struct Work {
     Node *node;
     int32_t block;
+    bool statement;      // a statement of the block's own list
+    Name *mark = nullptr;  // not a node: `mark` is surely declared from here
   };
   struct Site {
     Node *node;
     int32_t block;
     Name *name;
   };
+  struct Reference {
+    Node *node;
+    int32_t block;
+    int32_t surely;  // the innermost block where the name is surely declared, or -1
+  };
 
-  void push(Node *n, int32_t block) {
-    if (n) stack_.push_back(Work{n, block});
+  // The stack runs last-in first-out: children are pushed last first, so
+  // that everything is visited in source order.
+  void push(Node *n, int32_t block, bool statement = false) {
+    if (n) stack_.push_back(Work{n, block, statement});
   }
-  void pushList(Node *head, int32_t block) {
-    for (Node *n = head; n; n = n->next) push(n, block);
+  void pushList(Node *head, int32_t block, bool statement = false) {
+    size_t first = stack_.size();
+    for (Node *n = head; n; n = n->next) push(n, block, statement);
+    std::reverse(stack_.begin() + static_cast<std::ptrdiff_t>(first), stack_.end());
   }
-  void reference(Node *n, int32_t block) { references_.push_back(Work{n, block}); }
+  int32_t surelyIn(int32_t block, Name *name) const {
+    name = variableName(name);
+    for (int32_t b = block; b >= 0; b = parents_[b])
+      if (std::find(surely_[b].begin(), surely_[b].end(), name) != surely_[b].end()) return b;
+    return -1;
+  }
+  void reference(Node *n, int32_t block) {
+    references_.push_back(Reference{n, block, surelyIn(block, n->payload.name)});
+  }
   // A place an assignment stores into: a name there is declared where it
-  // stands when no visible scope has it.
+  // stands when no visible scope has it, which cannot happen when one surely has.
   void target(Node *t, int32_t block) {
     if (t->opcode == OP_NAME) {
       reference(t, block);
-      declaration(t, block, t->payload.name);
+      if (references_.back().surely < 0) declaration(t, block, t->payload.name);
     } else if (t->opcode == OP_ARRAY) {
       for (Node *e = t->left; e; e = e->next)
         if (e->opcode != OP_NULL) target(e, block);
@@ -82,36 +108,47 @@ class Resolver {
     else
       target(t, block);
   }
-  void declarators(Node *list, int32_t block, bool declare) {
+  void declarators(Node *list, int32_t block, bool declare, bool statement) {
+    size_t first = stack_.size();
     for (Node *d = list; d; d = d->next) {
       Node *name = d->opcode == OP_NAME ? d : d->left;
-      if (declare && name && name->opcode == OP_NAME) declaration(name, block, name->payload.name);
+      bool named = name && name->opcode == OP_NAME;
+      if (declare && named) declaration(name, block, name->payload.name);
       if (d->opcode == OP_ASSIGN || d->opcode == OP_INDEX) push(d->right, block);
+      if (declare && named && statement)
+        stack_.push_back(Work{nullptr, block, false, name->payload.name});
     }
+    std::reverse(stack_.begin() + static_cast<std::ptrdiff_t>(first), stack_.end());
   }
-  void visit(Node *n, int32_t block);
+  void visit(const Work &w);
 
   FrameLayout &layout_;
   std::vector<Work> stack_;
   std::vector<int32_t> parents_;
   std::vector<std::vector<Name *>> declared_;
+  std::vector<std::vector<Name *>> surely_;
   std::vector<Site> sites_;
-  std::vector<Work> references_;
+  std::vector<Reference> references_;
 };
 
 void Resolver::walk(Node *root, int32_t block, bool list) {
   if (list)
-    pushList(root, block);
+    pushList(root, block, true);
   else
-    push(root, block);
+    push(root, block, true);
   while (!stack_.empty()) {
     Work w = stack_.back();
     stack_.pop_back();
-    visit(w.node, w.block);
+    if (w.node)
+      visit(w);
+    else
+      surelyDeclared(w.block, w.mark);
   }
 }
 
-void Resolver::visit(Node *n, int32_t block) {
+void Resolver::visit(const Work &w) {
+  Node *n = w.node;
+  int32_t block = w.block;
   switch (n->opcode) {
     case OP_NAME:
       reference(n, block);
@@ -119,20 +156,21 @@ void Resolver::visit(Node *n, int32_t block) {
     case OP_BLOCK: {
       int32_t inner = newBlock(block);
       n->slot = inner;
-      pushList(n->left, inner);
+      pushList(n->left, inner, true);
       return;
     }
     case OP_SWITCH: {
       // The subject and the statements run in one scope of their own; the
-      // braces of the body open none.
+      // braces of the body open none. A case label jumps over statements,
+      // so none of them is sure to have run.
       Control *c = n->payload.ctl;
       int32_t inner = newBlock(block);
       n->slot = inner;
-      push(c->a, inner);
       if (c->b && c->b->opcode == OP_BLOCK)
         pushList(c->b->left, inner);
       else
         push(c->b, inner);
+      push(c->a, inner);
       return;
     }
     case OP_FUNCDEF:
@@ -140,26 +178,26 @@ void Resolver::visit(Node *n, int32_t block) {
       declaration(n, block, n->payload.func->name);
       return;
     case OP_VAR:
-      declarators(n->left, block, true);
+      declarators(n->left, block, true, w.statement);
       return;
     case OP_STATIC:
-      declarators(n->left, block, false);
+      declarators(n->left, block, false, false);
       return;
     case OP_EXTERN:
       for (Node *d = n->left; d; d = d->next) declaration(d, block, d->payload.name);
       return;
     case OP_FOREACH: {
       Control *c = n->payload.ctl;
-      loopVariable(c->a, block);
-      push(c->b, block);
       push(c->c, block);
+      push(c->b, block);
+      loopVariable(c->a, block);
       return;
     }
     case OP_TRY: {
       Control *c = n->payload.ctl;
-      push(c->a, block);
-      if (c->b) loopVariable(c->b, block);
       push(c->c, block);
+      if (c->b) loopVariable(c->b, block);
+      push(c->a, block);
       return;
     }
     case OP_ASSIGN:
@@ -167,27 +205,30 @@ void Resolver::visit(Node *n, int32_t block) {
       push(n->right, block);
       return;
     case OP_LET:
+      push(n->right, block);
       if (n->left->opcode == OP_NAME)
         declaration(n->left, block, n->left->payload.name);
       else
         push(n->left, block);
-      push(n->right, block);
       return;
     case OP_CALL:
-      pushList(n->left, block);
       // A callee name with no function falls back to a variable.
       if (n->right->opcode == OP_NAME)
         reference(n->right, block);
       else if (n->right->opcode == OP_MEMBER)
         push(n->right->left, block);
+      pushList(n->left, block);
       return;
     case OP_MEMBER:
       push(n->left, block);
       return;
     case OP_STRUCT:
-    case OP_HASH:
+    case OP_HASH: {
+      size_t first = stack_.size();
       for (Node *k = n->left; k; k = k->next) push(k->left, block);
+      std::reverse(stack_.begin() + static_cast<std::ptrdiff_t>(first), stack_.end());
       return;
+    }
     case OP_FUNCREF:
     case OP_NUMBER:
     case OP_STRING:
@@ -197,21 +238,28 @@ void Resolver::visit(Node *n, int32_t block) {
     case OP_FALSE:
     case OP_DEFAULT:
       return;
+    case OP_FOR: {
+      // A `var` in the first part of a for statement runs before the rest.
+      Control *c = n->payload.ctl;
+      push(c->d, block);
+      push(c->c, block);
+      push(c->b, block);
+      push(c->a, block, w.statement);
+      return;
+    }
     case OP_IF:
     case OP_WHILE:
     case OP_DO:
-    case OP_FOR:
     case OP_COND: {
       Control *c = n->payload.ctl;
-      push(c->a, block);
-      push(c->b, block);
       push(c->c, block);
-      if (n->opcode == OP_FOR) push(c->d, block);
+      push(c->b, block);
+      push(c->a, block);
       return;
     }
     default:
-      pushList(n->left, block);
       push(n->right, block);
+      pushList(n->left, block);
       return;
   }
 }
@@ -226,19 +274,22 @@ void Resolver::finish() {
   }
   for (const Site &s : sites_)
     if (s.node) s.node->slot = layout_.slotIn(static_cast<uint32_t>(s.block), s.name);
-  for (const Work &r : references_) {
+  for (const Reference &r : references_) {
     Node *n = r.node;
     Name *name = variableName(n->payload.name);
     int count = 0;
     bool fits = true;
     for (int32_t b = r.block; b >= 0; b = parents_[b]) {
       int32_t slot = layout_.slotIn(static_cast<uint32_t>(b), name);
-      if (slot < 0) continue;
-      if (count == kMaxCandidates) {
-        fits = false;
-        break;
+      if (slot >= 0) {
+        if (count == kMaxCandidates) {
+          fits = false;
+          break;
+        }
+        n->candidate[count++] = slot;
       }
-      n->candidate[count++] = slot;
+      // Scopes further out are hidden behind a variable surely declared here.
+      if (b == r.surely) break;
     }
     n->candidates = static_cast<uint8_t>(count);
     n->resolved = fits;
@@ -260,7 +311,10 @@ const FrameLayout &functionLayout(FunctionDef *def) {
   Resolver r(*layout);
   int32_t params = r.newBlock(-1);
   // A repeated parameter name is one variable: the first argument's.
-  for (Name *p : def->params) r.declaration(nullptr, params, p);
+  for (Name *p : def->params) {
+    r.declaration(nullptr, params, p);
+    r.surelyDeclared(params, p);
+  }
   r.walk(def->body, params, false);
   r.finish();
   for (Name *p : def->params) layout->paramSlots.push_back(layout->slotIn(0, variableName(p)));
