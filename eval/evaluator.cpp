@@ -88,6 +88,9 @@ size_t countList(Node *n) {
 // Consumes a pending break/continue at a loop. Returns true when the loop must
 // end (break here, or a jump that belongs to an outer construct).
 inline bool loopShouldExit(Context &ctx, bool &continuing) {
+  // Every run that does not end goes round a loop or through calls: those
+  // are where a signal stops a script.
+  checkInterrupt();
   if (stepBudgetOn) takeStep(0);
   continuing = false;
   if (ctx.jump == JUMP_NONE) return false;
@@ -584,7 +587,9 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
-void execAdd(Context &ctx, Value &result, Node *node) {
+// One instance per operator, so that the operator's arithmetic is inlined.
+template <int Op>
+void execArith(Context &ctx, Value &result, Node *node) {
   // Leaves are read without a call; a leaf's number is taken before
   // the right side runs, as evaluating it into a value would.
   double x, y;
@@ -600,15 +605,16 @@ void execAdd(Context &ctx, Value &result, Node *node) {
     y = b.number;
   }
   if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
-    result.setNumber(numericOp(node->line, node->opcode, x, y));
+    result.setNumber(numericOp(node->line, Op, x, y));
     return;
   }
   if (leftLeaf) a = Value::num(x);
   if (rightLeaf) b = Value::num(y);
-  result = arith(node->line, node->opcode, a, b);
+  result = arith(node->line, Op, a, b);
 }
 
-void execEq(Context &ctx, Value &result, Node *node) {
+template <int Op>
+void execCompare(Context &ctx, Value &result, Node *node) {
   double x, y;
   Value a, b;
   bool leftLeaf = numberLeaf(node->left, x);
@@ -622,12 +628,12 @@ void execEq(Context &ctx, Value &result, Node *node) {
     y = b.number;
   }
   if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
-    result.setBool(numericCompare(node->opcode, x, y));
+    result.setBool(numericCompare(Op, x, y));
     return;
   }
   if (leftLeaf) a = Value::num(x);
   if (rightLeaf) b = Value::num(y);
-  result.setBool(plainCompare(node->opcode, node->line, a, b));
+  result.setBool(plainCompare(Op, node->line, a, b));
 }
 
 void execSeq(Context &ctx, Value &result, Node *node) {
@@ -936,19 +942,19 @@ struct HandlerTable {
     at[OP_ASSIGN] = execAssign;
     at[OP_INDEX] = execIndex;
     at[OP_MEMBER] = execIndex;
-    at[OP_ADD] = execAdd;
-    at[OP_SUB] = execAdd;
-    at[OP_MUL] = execAdd;
-    at[OP_DIV] = execAdd;
-    at[OP_MOD] = execAdd;
-    at[OP_IDIV] = execAdd;
-    at[OP_POW] = execAdd;
-    at[OP_EQ] = execEq;
-    at[OP_NE] = execEq;
-    at[OP_GT] = execEq;
-    at[OP_GE] = execEq;
-    at[OP_LT] = execEq;
-    at[OP_LE] = execEq;
+    at[OP_ADD] = execArith<OP_ADD>;
+    at[OP_SUB] = execArith<OP_SUB>;
+    at[OP_MUL] = execArith<OP_MUL>;
+    at[OP_DIV] = execArith<OP_DIV>;
+    at[OP_MOD] = execArith<OP_MOD>;
+    at[OP_IDIV] = execArith<OP_IDIV>;
+    at[OP_POW] = execArith<OP_POW>;
+    at[OP_EQ] = execCompare<OP_EQ>;
+    at[OP_NE] = execCompare<OP_NE>;
+    at[OP_GT] = execCompare<OP_GT>;
+    at[OP_GE] = execCompare<OP_GE>;
+    at[OP_LT] = execCompare<OP_LT>;
+    at[OP_LE] = execCompare<OP_LE>;
     at[OP_SEQ] = execSeq;
     at[OP_SNE] = execSeq;
     at[OP_CHAIN_EQ] = execChainEq;
@@ -1029,7 +1035,6 @@ inline void evaluateNode(Context &ctx, Value &result, Node *node) {
   if (stackNearlyFull()) [[unlikely]]
     recursionTooDeep(node->line);
   maybeCollect();
-  checkInterrupt();  // the one place a signal stops a running script
   uint32_t op = static_cast<uint32_t>(node->opcode);
   (op < kOpcodeLimit ? kHandlers.at[op] : execUnknown)(ctx, result, node);
 }
@@ -1040,6 +1045,7 @@ void evaluate(Context &ctx, Value &result, Node *node) { evaluateNode(ctx, resul
 
 void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
   if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  checkInterrupt();
   if (stepBudgetOn) takeStep(line);
   if (fd->handler) {
     result.setNull();
