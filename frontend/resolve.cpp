@@ -55,7 +55,7 @@ class Resolver {
   struct Work {
     Node *node;
     int32_t block;
-    bool statement;      // a statement of the block's own list
+    bool statement;        // a statement of the block's own list
     Name *mark = nullptr;  // not a node: `mark` is surely declared from here
   };
   struct Site {

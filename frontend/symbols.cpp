@@ -38,7 +38,9 @@ void dropTable(SymMan *t) {
 }
 
 // Slots for a frame, from the top of the chunk stack.
-Symbol *takeSlots(size_t n) {
+}  // namespace
+
+Symbol *takeSlotsSlow(size_t n) {
   ScopeStack &st = cur();
   if (st.chunks.empty()) {
     st.chunks.push_back(
@@ -61,6 +63,8 @@ Symbol *takeSlots(size_t n) {
   st.used += n;
   return p;
 }
+
+namespace {
 
 void releaseSlots(const Scope &s) {
   const FrameLayout::Block &b = s.frame->layout->blocks[s.block];
@@ -131,31 +135,6 @@ void popScope() {
 }
 
 SymMan *globalScope() { return cur().scopes.empty() ? nullptr : cur().scopes.front().extra; }
-
-FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
-  ScopeStack &st = cur();
-  FrameMark mark{st.frame, st.chunk, st.used};
-  frame.layout = layout;
-  frame.statics = statics;
-  frame.dynamic = 0;
-  size_t n = layout ? layout->slotCount() : 0;
-  if (n > 0) {
-    frame.slots = takeSlots(n);
-    for (size_t i = 0; i < n; i++) {
-      frame.slots[i].name = layout->slotNames[i];
-      frame.slots[i].live = false;
-    }
-  }
-  st.frame = &frame;
-  return mark;
-}
-
-void leaveFrame(const FrameMark &mark) {
-  ScopeStack &st = cur();
-  st.frame = mark.previous;
-  st.chunk = mark.chunk;
-  st.used = mark.used;
-}
 
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal) {
   name = varName(name);

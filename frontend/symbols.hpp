@@ -149,10 +149,39 @@ inline size_t scopeDepth() { return activeScopes->scopes.size(); }
 inline bool innermostIsGlobal() { return activeScopes->scopes.back().kind == SCOPE_GLOBAL; }
 SymMan *globalScope();
 
+Symbol *takeSlotsSlow(size_t n);
 // Gives `frame` fresh slots for `layout` and makes it the running frame.
-FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **statics);
+inline FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
+  ScopeStack &st = *activeScopes;
+  FrameMark mark{st.frame, st.chunk, st.used};
+  frame.layout = layout;
+  frame.statics = statics;
+  frame.dynamic = 0;
+  size_t n = layout ? layout->slotCount() : 0;
+  if (n > 0) {
+    // Slots come from the top of a stack of chunks that never move.
+    if (!st.chunks.empty() && st.used + n <= st.chunks[st.chunk].size) {
+      frame.slots = st.chunks[st.chunk].symbols.get() + st.used;
+      st.used += n;
+    } else {
+      frame.slots = takeSlotsSlow(n);
+    }
+    Name *const *names = layout->slotNames.data();
+    for (size_t i = 0; i < n; i++) {
+      frame.slots[i].name = names[i];
+      frame.slots[i].live = false;
+    }
+  }
+  st.frame = &frame;
+  return mark;
+}
 // Gives the slots back (every block of the frame is closed by then).
-void leaveFrame(const FrameMark &mark);
+inline void leaveFrame(const FrameMark &mark) {
+  ScopeStack &st = *activeScopes;
+  st.frame = mark.previous;
+  st.chunk = mark.chunk;
+  st.used = mark.used;
+}
 
 // Appends a new symbol holding null to a table.
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal = false);
