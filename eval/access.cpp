@@ -6,6 +6,7 @@
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "eval/external_access.hpp"
+#include "eval/operators.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"
@@ -17,11 +18,12 @@ namespace marl {
 namespace {
 
 long long truncIndex(double d) {
-  double t = std::trunc(d);
-  if (std::isnan(t)) return 0;
-  if (t > 9.0e18) return static_cast<long long>(9.0e18);
-  if (t < -9.0e18) return static_cast<long long>(-9.0e18);
-  return static_cast<long long>(t);
+  // The conversion itself truncates toward zero; only NaN and values
+  // beyond the integer range need a decision.
+  if (d > -9.0e18 && d < 9.0e18) [[likely]]
+    return static_cast<long long>(d);
+  if (std::isnan(d)) return 0;
+  return d > 0 ? static_cast<long long>(9.0e18) : static_cast<long long>(-9.0e18);
 }
 
 // The index shown in "Array range error index:=%d" is the truncated index as
@@ -95,6 +97,38 @@ bool writeElementFast(Node *node, const Value &value) {
   }
   return false;
 }
+
+}  // namespace
+
+bool updateElementFast(Context &ctx, Node *node, int op, Value &result) {
+  Node *target = node->left;
+  const Value *container = containerInPlace(target);
+  MArray *a = container ? asArray(*container) : nullptr;
+  double d;
+  if (!a || !numberLeaf(target->right, d)) return false;
+  long long i = truncIndex(d);
+  const HeldValue *element = a->at(i);
+  if (!element || element->object || element->kind == Kind::Object) return false;
+  // From here on the general path would do the same: the element is read
+  // before the right side runs, and the array read is the one written.
+  Value current = element->get();
+  double y;
+  if (numberLeaf(node->right, y)) {
+    result.setNumber(numericOp(node->line, op, current.number, y));
+  } else {
+    Value keep(*container);  // the right side may drop the variable's array
+    Value rhs;
+    evaluate(ctx, rhs, node->right);
+    if (rhs.isNumeric())
+      result.setNumber(numericOp(node->line, op, current.number, rhs.number));
+    else
+      result = arith(node->line, op, current, rhs);
+  }
+  if (!a->set(i, result)) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
+  return true;
+}
+
+namespace {
 
 // `o.m(args)` as a place: a parameterised property of an automation object.
 void resolvePropertyCall(Context &ctx, Node *node, Place &place) {

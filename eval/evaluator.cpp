@@ -360,7 +360,13 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
     // An undeclared name is left to the general path, which reports it.
     Symbol *sym = variableAt(node->left);
     if (sym && sym->value.isNumeric()) {
-      double x = sym->value.number;
+      double x = sym->value.number, y;
+      if (numberLeaf(node->right, y)) {
+        double r = numericOp(node->line, op, x, y);
+        result.setNumber(r);
+        sym->value.setNumber(r);
+        return;
+      }
       Value rhs;
       evaluateNode(ctx, rhs, node->right);
       if (rhs.isNumeric()) {
@@ -374,6 +380,8 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
       return;
     }
   }
+  if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
+    return;
   Place place;
   resolvePlace(ctx, node->left, place);
   Value current;
