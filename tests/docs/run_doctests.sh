@@ -14,6 +14,8 @@
 #  - a ```console block: each line starting with "$ " is a shell command (with
 #    `marl` on the PATH), and the lines up to the next "$ " line are its expected
 #    output (standard output and standard error together).
+# A block fenced as ```LANG file=NAME is not checked itself: it is written as the
+# file NAME into the folder of the next checked example, which may use it.
 # Each example runs in a fresh scratch folder with no standard input, so examples
 # may write files. A failure names the page and line of the block and shows the
 # difference.
@@ -30,13 +32,19 @@ pass=0 fail=0
 
 # Splits one Markdown file into numbered tests in $2: N.mr + N.out (run and
 # compare), N.mr + N.parse (read only), or N.sh (console); N.where names the
-# page and line.
+# page and line. Files an example needs are N.K.file, named in N.files.
 extract() {
   awk -v dir="$2" -v file="$3" '
     function emit(ext, text, line,   base) {
       n++; base = sprintf("%s/%04d", dir, n)
       printf "%s", text > (base ext); close(base ext)
       print file ":" line > (base ".where"); close(base ".where")
+      for (k = 1; k <= nfiles; k++) {
+        printf "%s", fbody[k] > (base "." k ".file"); close(base "." k ".file")
+        print fname[k] > (base ".files")
+      }
+      if (nfiles) close(base ".files")
+      nfiles = 0
       return base
     }
     # A marl block with no output after it is only read: exit(0) stops the
@@ -50,10 +58,14 @@ extract() {
     /^```/ {
       if (!inblock) {
         inblock = 1; kind = substr($0, 4); gsub(/[ \t]+$/, "", kind); start = FNR; body = ""
-        if (kind != "output") flush_pending()
+        if (kind != "output" && kind !~ / file=/) flush_pending()
         next
       }
       inblock = 0
+      if (kind ~ / file=[^ ]+$/) {
+        nfiles++; fname[nfiles] = kind; sub(/.* file=/, "", fname[nfiles]); fbody[nfiles] = body
+        next
+      }
       if (kind == "marl") { pending = body; pendingline = start; next }
       if (kind == "output" && pending != "") {
         base = emit(".mr", pending, pendingline)
@@ -105,6 +117,13 @@ work="$scratch/work"
 while IFS= read -r -d '' where; do
   base=${where%.where}
   rm -rf "$work" && mkdir "$work"
+  if [ -f "$base.files" ]; then
+    k=0
+    while IFS= read -r name; do
+      k=$((k + 1))
+      cp "$base.$k.file" "$work/$name"
+    done <"$base.files"
+  fi
   if [ -f "$base.sh" ]; then
     # Commands and expected lines are interleaved: run the commands, collect the
     # expected text beside them, then compare the two.
