@@ -28,6 +28,8 @@ trap 'rm -rf "$scratch"' EXIT
 mkdir -p "$scratch/bin"
 ln -s "$marl" "$scratch/bin/marl"
 export PATH="$scratch/bin:$PATH"
+# Graphics examples draw into the picture only; no window opens, even on a desktop.
+export DISPLAY= WAYLAND_DISPLAY= MARL_GRAPHICS_WAIT=0
 pass=0 fail=0
 
 # Splits one Markdown file into numbered tests in $2: N.mr + N.out (run and
