@@ -14,6 +14,8 @@
 #  - a ```console block: each line starting with "$ " is a shell command (with
 #    `marl` on the PATH), and the lines up to the next "$ " line are its expected
 #    output (standard output and standard error together).
+# A line "<!-- doctest: needs dotnet -->" before a block makes the example run only
+# where marl can start the .NET runtime (it is skipped, and counted, elsewhere).
 # A block fenced as ```LANG file=NAME is not checked itself: it is written as the
 # file NAME into the folder of the next checked example, which may use it.
 # Each example runs in a fresh scratch folder with no standard input, so examples
@@ -47,6 +49,7 @@ extract() {
       }
       if (nfiles) close(base ".files")
       nfiles = 0
+      if (needs != "") { print needs > (base ".needs"); close(base ".needs"); needs = "" }
       return base
     }
     # A marl block with no output after it is only read: exit(0) stops the
@@ -86,6 +89,7 @@ extract() {
       next
     }
     inblock { body = body $0 "\n"; next }
+    /^<!-- doctest: needs [a-z]+ -->$/ { flush_pending(); needs = $4; next }
     # Blank lines and one-line HTML comments may stand between a block and its output.
     /^[ \t]*$/ || /^[ \t]*<!--.*-->[ \t]*$/ { next }
     { flush_pending() }
@@ -115,9 +119,26 @@ report() {  # where, what, expected file, actual file
   diff "$3" "$4" | head -20
 }
 
+# What an example may need, and whether this machine has it.
+has_dotnet() {
+  [ -z "$(marl -e 'dotnet("mscorlib", "System.Object")' 2>&1 </dev/null)" ]
+}
+declare -A have=()
+skipped=0
+
 work="$scratch/work"
 while IFS= read -r -d '' where; do
   base=${where%.where}
+  if [ -f "$base.needs" ]; then
+    need=$(cat "$base.needs")
+    if [ -z "${have[$need]:-}" ]; then
+      if has_"$need"; then have[$need]=yes; else have[$need]=no; fi
+    fi
+    if [ "${have[$need]}" = no ]; then
+      skipped=$((skipped + 1))
+      continue
+    fi
+  fi
   rm -rf "$work" && mkdir "$work"
   if [ -f "$base.files" ]; then
     k=0
@@ -155,5 +176,5 @@ while IFS= read -r -d '' where; do
   fi
 done < <(find "$scratch/tests" -name '*.where' -print0 | sort -z)
 
-echo "$pass passed, $fail failed"
+echo "$pass passed, $fail failed, $skipped skipped (their needs are missing here)"
 [ "$fail" -eq 0 ] && [ "$pass" -gt 0 ]
