@@ -8,6 +8,8 @@ when a code span `name(...)` with n arguments occurs on its group's pages; optio
 arguments in brackets count both ways (`read([f,] n)` covers 1 and 2), and a span
 holding "…" documents a variadic built-in. The library's groups are documented
 under reference/, graphics in graphics.md, native and automation calls in external.md.
+Each built-in must also be called in at least one checked example somewhere in the docs
+(a ```marl block with its ```output, or a ```console block).
 """
 import pathlib
 import re
@@ -75,6 +77,27 @@ def arities(text):
     return {len([a for a in split_args(f) if a.strip()]) for f in forms}
 
 
+def checked_examples(docs):
+    """The text of every example block whose output the doc tests compare."""
+    text = []
+    for page in sorted(docs.rglob("*.md")):
+        blocks, kind, body, pending = [], None, [], None
+        for line in page.read_text(encoding="utf-8").split("\n"):
+            if line.startswith("```"):
+                if kind is None:
+                    kind, body = line[3:].strip(), []
+                    continue
+                if kind == "console" or (kind == "output" and pending is not None):
+                    text.append(pending if kind == "output" else "\n".join(body))
+                pending = "\n".join(body) if kind == "marl" else None
+                kind = None
+            elif kind is not None:
+                body.append(line)
+            elif line.strip() and not line.strip().startswith("<!--"):
+                pending = None
+    return "\n".join(text)
+
+
 def main():
     listing, docs = sys.argv[1], pathlib.Path(sys.argv[2])
     entries = [line.split() for line in subprocess.check_output([listing], text=True).splitlines()]
@@ -93,9 +116,13 @@ def main():
         if int(arity) not in documented[key].get(name, set()):
             where = ", ".join(str(p.relative_to(docs)) for p in paths) if pages else "reference/"
             missing.append(f"{name}() with {arity} argument(s) ({group}) is not in {where}")
+    examples = checked_examples(docs)
+    for name in sorted({name for _, name, _ in entries}):
+        if not re.search(r"(?<![\w.])(" + re.escape(name) + r"\(|&" + re.escape(name) + r"\b)", examples):
+            missing.append(f"{name}() is called in no checked example")
     for m in missing:
         print(m)
-    print(f"{len(entries)} built-in variants, {len(missing)} undocumented")
+    print(f"{len(entries)} built-in variants, {len(missing)} problems")
     return 1 if missing else 0
 
 

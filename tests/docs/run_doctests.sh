@@ -132,7 +132,7 @@ while IFS= read -r -d '' where; do
   if [ -f "$base.needs" ]; then
     need=$(cat "$base.needs")
     if [ -z "${have[$need]:-}" ]; then
-      if has_"$need"; then have[$need]=yes; else have[$need]=no; fi
+      if has_"$need" 2>/dev/null; then have[$need]=yes; else have[$need]=no; fi
     fi
     if [ "${have[$need]}" = no ]; then
       skipped=$((skipped + 1))
