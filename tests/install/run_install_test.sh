@@ -37,6 +37,7 @@ for soname in $(readelf -d "$build/bin/libmarl.so" | sed -n 's/.*NEEDED.*\[\(.*\
   path=$(ldconfig -p | awk -v so="$soname" '$1 == so && /x86-64/ { print $NF; exit }')
   pkg=$(dpkg -S "$(readlink -f "$path")" 2>/dev/null | head -1 | cut -d: -f1)
   [ -n "$pkg" ] || pkg=$(dpkg -S "$path" | head -1 | cut -d: -f1)
+  [ -n "$pkg" ] || { echo "no installed package holds $soname"; exit 1; }
   echo "$depends" | grep -qw -- "$pkg" || { echo "$soname ($pkg) is not in Depends: $depends"; exit 1; }
 done
 for lib in gtk mono; do
