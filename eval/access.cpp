@@ -100,10 +100,43 @@ bool writeElementFast(Node *node, const Value &value) {
 
 }  // namespace
 
+namespace {
+
+// h[k] op= v with a leaf key whose entry holds a number.
+bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &container,
+                   Value &result) {
+  const std::string *leaf = leafKey(node->left->right);
+  if (!leaf) return false;
+  const HeldValue *entry = h->find(*leaf);
+  if (!entry || entry->object || entry->kind == Kind::Object) return false;
+  Value current = entry->get();
+  double y;
+  if (numberLeaf(node->right, y)) {
+    result.setNumber(numericOp(node->line, op, current.number, y));
+    h->set(*leaf, result);
+    return true;
+  }
+  // The right side may reassign the variables that hold the hash and the key.
+  Value keep(container);
+  std::string key(*leaf);
+  Value rhs;
+  evaluate(ctx, rhs, node->right);
+  if (rhs.isNumeric())
+    result.setNumber(numericOp(node->line, op, current.number, rhs.number));
+  else
+    result = arith(node->line, op, current, rhs);
+  h->set(key, result);
+  return true;
+}
+
+}  // namespace
+
 bool updateElementFast(Context &ctx, Node *node, int op, Value &result) {
   Node *target = node->left;
   const Value *container = containerInPlace(target);
-  MArray *a = container ? asArray(*container) : nullptr;
+  if (!container) return false;
+  if (MHash *h = asHash(*container)) return updateKeyFast(ctx, node, op, h, *container, result);
+  MArray *a = asArray(*container);
   double d;
   if (!a || !numberLeaf(target->right, d)) return false;
   long long i = truncIndex(d);

@@ -29,8 +29,9 @@ void s_get(Context &ctx, Value &result, Node *node);
 // Stores `value` into the place the node denotes; `result` receives the stored value.
 void s_set(Context &ctx, Node *node, const Value &value);
 
-// `a[i] op= v` (an arithmetic op) on a named array with a leaf index whose
-// element holds a number, without a place; false (nothing done) otherwise.
+// `a[i] op= v` (an arithmetic op) on a named array with a leaf index, or
+// `h[k] op= v` on a named hash with a leaf key, whose element holds a
+// number, without a place; false (nothing done) otherwise.
 bool updateElementFast(Context &ctx, Node *node, int op, Value &result);
 void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
