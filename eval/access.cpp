@@ -100,6 +100,24 @@ bool writeElementFast(Node *node, const Value &value) {
 
 }  // namespace
 
+bool elementNumber(Node *n, double &out) {
+  const Value *container = containerInPlace(n);
+  if (!container) return false;
+  const HeldValue *e = nullptr;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(n->right, d)) return false;
+    e = a->at(truncIndex(d));
+  } else if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return false;
+    e = h->find(*key);
+  }
+  if (!e || e->kind != Kind::Number) return false;
+  out = e->number;
+  return true;
+}
+
 namespace {
 
 // h[k] op= v with a leaf key whose entry holds a number.

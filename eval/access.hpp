@@ -55,14 +55,18 @@ inline Symbol *variableAt(Node *nameNode) {
   }
   return lookupVariable(nameNode->payload.name);
 }
-// A number literal, or a name holding a number (not a boolean): its value
-// without evaluating a node. Reading either has no side effect, so a caller
-// may fall back to the general path after a false answer.
+// A number literal, a name holding a number (not a boolean) or such an
+// element of a named container: its value without evaluating a node. Reading either has no side
+// effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a
+// named container with a leaf index whose element holds a number (not a boolean): that number, read
+// in place.
+bool elementNumber(Node *n, double &out);
 inline bool numberLeaf(Node *n, double &out) {
   if (n->opcode == OP_NUMBER) {
     out = n->number;
     return true;
   }
+  if (n->opcode == OP_INDEX) return elementNumber(n, out);
   if (n->opcode == OP_NAME) {
     Symbol *s = variableAt(n);
     if (s && s->value.isNumber()) {
