@@ -295,7 +295,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   ScopeGuard scope;
-  pushBlockScope(node->slot);
+  pushBlockScope(node);
   {
     Value subject;
     evaluateNode(ctx, subject, c->a);
@@ -664,7 +664,7 @@ void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, 
 
 void execBlock(Context &ctx, Value &result, Node *node) {
   ScopeGuard scope;
-  pushBlockScope(node->slot);
+  pushBlockScope(node);
   result.setNull();
   evaluateList(ctx, result, node->left);
 }
@@ -1076,7 +1076,7 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
   }
   // The body block, opened here rather than through its node: the same two
   // scopes a call has always had, one dispatch fewer.
-  pushBlockScope(def->body->slot);
+  pushBlockScope(def->body);
   Value body;
   evaluateList(ctx, body, def->body->left);
   if (ctx.jump == JUMP_RETURN) {

@@ -165,7 +165,8 @@ struct token_tag__ {
   // global; where a name node declares (or implicitly declares) a variable,
   // `slot` is its slot, -1 meaning the global scope or a run-time decision.
   // Block and switch nodes: `slot` is the block's index in the layout, -1
-  // for code the resolver never saw (text run by eval inside a function).
+  // for code the resolver never saw (text run by eval inside a function),
+  // and `resolved` says that the block has slots to release.
   int32_t slot = -1;
   int32_t candidate[3] = {0, 0, 0};
   uint8_t candidates = 0;

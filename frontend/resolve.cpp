@@ -129,6 +129,7 @@ class Resolver {
   std::vector<std::vector<Name *>> surely_;
   std::vector<Site> sites_;
   std::vector<Reference> references_;
+  std::vector<Node *> blockNodes_;
 };
 
 void Resolver::walk(Node *root, int32_t block, bool list) {
@@ -156,6 +157,7 @@ void Resolver::visit(const Work &w) {
     case OP_BLOCK: {
       int32_t inner = newBlock(block);
       n->slot = inner;
+      blockNodes_.push_back(n);
       pushList(n->left, inner, true);
       return;
     }
@@ -166,6 +168,7 @@ void Resolver::visit(const Work &w) {
       Control *c = n->payload.ctl;
       int32_t inner = newBlock(block);
       n->slot = inner;
+      blockNodes_.push_back(n);
       if (c->b && c->b->opcode == OP_BLOCK)
         pushList(c->b->left, inner);
       else
@@ -272,6 +275,7 @@ void Resolver::finish() {
     layout_.slotNames.insert(layout_.slotNames.end(), names.begin(), names.end());
     layout_.blocks.push_back(b);
   }
+  for (Node *n : blockNodes_) n->resolved = layout_.blocks[n->slot].count > 0;
   for (const Site &s : sites_)
     if (s.node) s.node->slot = layout_.slotIn(static_cast<uint32_t>(s.block), s.name);
   for (const Reference &r : references_) {

@@ -127,7 +127,7 @@ void popScope() {
   // scopes of its own.
   Scope s = cur().scopes.back();
   cur().scopes.pop();
-  if (s.block >= 0) releaseSlots(s);
+  if (s.slots) releaseSlots(s);
   if (s.extra) {
     if (s.kind != SCOPE_GLOBAL) s.frame->dynamic -= static_cast<uint32_t>(s.extra->symbols.size());
     dropTable(s.extra);

@@ -52,6 +52,7 @@ struct Frame {
 struct Scope {
   int kind = SCOPE_BLOCK;
   int32_t block = -1;  // index into the frame's layout; -1: no slots
+  bool slots = false;  // the block has slots (to release when it closes)
   Frame *frame = nullptr;
   SymMan *extra = nullptr;  // made on first use; the global scope's table
 };
@@ -117,10 +118,12 @@ inline Frame *runningFrame() { return activeScopes->frame; }
 
 // Scope stack operations.
 void pushGlobalScope();
-// A block scope of the running frame (`block` -1: one without slots).
-inline void pushBlockScope(int32_t block) {
+// The scope of a block or switch node of the running frame's code (a node
+// the resolver never saw opens one without slots).
+inline void pushBlockScope(const Node *node) {
   Scope s;
-  s.block = block;
+  s.block = node->slot;
+  s.slots = node->resolved;
   s.frame = activeScopes->frame;
   activeScopes->scopes.push(s);
 }
@@ -130,6 +133,7 @@ inline void pushFunctionScope() {
   s.kind = SCOPE_FUNCTION;
   s.frame = activeScopes->frame;
   s.block = s.frame->layout ? 0 : -1;
+  s.slots = s.block == 0 && s.frame->layout->blocks[0].count > 0;
   activeScopes->scopes.push(s);
 }
 // Closes the innermost scope, releasing its variables.
@@ -139,7 +143,7 @@ inline void popScopesTo(size_t depth) {
   while (list.size() > depth) {
     const Scope &s = list.back();
     // Most scopes hold nothing to release.
-    if (!s.extra && (s.block < 0 || s.frame->layout->blocks[s.block].count == 0))
+    if (!s.extra && !s.slots)
       list.pop();
     else
       popScope();
