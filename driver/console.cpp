@@ -185,6 +185,9 @@ template <typename Run>
 void runInterruptible(Run run) {
   try {
     run();
+    // A blocking read gives up on a signal and returns; if that was the
+    // command's last step, nothing after it has looked at the signal yet.
+    checkInterrupt();
   } catch (const Interrupted &i) {
     if (i.signal != SIGINT) throw;
     writeOut("");
@@ -232,6 +235,7 @@ int run_console() {
       if (line.back() != ';') line += ';';
       runInterruptible([&] {
         Value result = run_script_string(line);
+        checkInterrupt();  // no value for a command that was stopped
         writeOut(toInspectText(result) + "\n");
       });
     }

@@ -101,6 +101,16 @@ class PtySession {
     readUntil(text);
     return waitForLineEditor();
   }
+  // getch() reads keys one by one with the signal keys still on.
+  bool waitForKeyRead(int ms = 30000) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    termios t;
+    while (tcgetattr(fd_, &t) == 0 && ((t.c_lflag & ICANON) || !(t.c_lflag & ISIG))) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      usleep(10000);
+    }
+    return true;
+  }
   // After a line is entered the editor hands the terminal back (signal keys
   // on again); Ctrl-C typed before that is read as a plain byte.
   bool waitForCommandToRun(int ms = 30000) {
@@ -190,6 +200,32 @@ TEST(ConsolePty, InterruptJustAfterEnterStopsTheCommand) {
   s.send("print(\"next\")\r");
   out = s.readUntil("next\r\n");
   EXPECT_NE(out.find("next\r\n"), std::string::npos) << out;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+// A command waiting for input is stopped too, also when the read is its
+// last step (nothing after it would look at the signal).
+TEST(ConsolePty, CtrlCStopsAWaitForInput) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  ASSERT_TRUE(s.prompt());
+  s.send("k = getch();\r");
+  s.readUntil("getch();\r\n");
+  ASSERT_TRUE(s.waitForKeyRead());
+  s.mark();
+  s.send("\x03");
+  s.readUntil("error: Interrupted");
+  EXPECT_NE(s.sinceMark().find("error: Interrupted"), std::string::npos) << s.sinceMark();
+  ASSERT_TRUE(s.prompt());
+  s.send("line = gets();\r");
+  s.readUntil("gets();\r\n");
+  ASSERT_TRUE(s.waitForCommandToRun());
+  s.mark();
+  s.send("\x03");
+  s.readUntil("error: Interrupted");
+  EXPECT_NE(s.sinceMark().find("error: Interrupted"), std::string::npos) << s.sinceMark();
+  ASSERT_TRUE(s.prompt());
   s.send(".quit\r");
   EXPECT_EQ(s.waitFor(), 0);
 }
