@@ -3,6 +3,9 @@
 #include <cstdio>
 
 #include "builtins/registry.hpp"
+#include "external/com_builtins.hpp"
+#include "external/native_function.hpp"
+#include "graphics/drawing_builtins.hpp"
 
 int main() {
   using marl::BuiltinEntry;
