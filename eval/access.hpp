@@ -55,8 +55,8 @@ inline Symbol *variableAt(Node *nameNode) {
   }
   return lookupVariable(nameNode->payload.name);
 }
-// A number literal, a name holding a number (not a boolean) or such an
-// element of a named container: its value without evaluating a node. Reading either has no side
+// A number literal or a name holding a number (not a boolean): its value
+// without evaluating a node. Reading either has no side
 // effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a
 // named container with a leaf index whose element holds a number (not a boolean): that number, read
 // in place.
@@ -66,7 +66,6 @@ inline bool numberLeaf(Node *n, double &out) {
     out = n->number;
     return true;
   }
-  if (n->opcode == OP_INDEX) return elementNumber(n, out);
   if (n->opcode == OP_NAME) {
     Symbol *s = variableAt(n);
     if (s && s->value.isNumber()) {
@@ -75,6 +74,12 @@ inline bool numberLeaf(Node *n, double &out) {
     }
   }
   return false;
+}
+// An operand of arithmetic or of an ordering: a number leaf, or an element
+// holding a number. Elements are tried only here, where numbers are usual;
+// elsewhere (`==`, conditions) the element is read once, by its node.
+inline bool numberOperand(Node *n, double &out) {
+  return numberLeaf(n, out) || (n->opcode == OP_INDEX && elementNumber(n, out));
 }
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).

@@ -602,12 +602,12 @@ void execArith(Context &ctx, Value &result, Node *node) {
   // the right side runs, as evaluating it into a value would.
   double x, y;
   Value a, b;
-  bool leftLeaf = numberLeaf(node->left, x);
+  bool leftLeaf = numberOperand(node->left, x);
   if (!leftLeaf) {
     evaluateNode(ctx, a, node->left);
     x = a.number;
   }
-  bool rightLeaf = numberLeaf(node->right, y);
+  bool rightLeaf = numberOperand(node->right, y);
   if (!rightLeaf) {
     evaluateNode(ctx, b, node->right);
     y = b.number;
@@ -621,16 +621,26 @@ void execArith(Context &ctx, Value &result, Node *node) {
   result = arith(node->line, Op, a, b);
 }
 
+// Elements are tried as numbers for the orderings only: `==` and `!=` are as
+// likely to compare objects, and a failed try would read the element twice.
+template <int Op>
+inline bool compareOperand(Node *n, double &out) {
+  if constexpr (Op == OP_EQ || Op == OP_NE)
+    return numberLeaf(n, out);
+  else
+    return numberOperand(n, out);
+}
+
 template <int Op>
 void execCompare(Context &ctx, Value &result, Node *node) {
   double x, y;
   Value a, b;
-  bool leftLeaf = numberLeaf(node->left, x);
+  bool leftLeaf = compareOperand<Op>(node->left, x);
   if (!leftLeaf) {
     evaluateNode(ctx, a, node->left);
     x = a.number;
   }
-  bool rightLeaf = numberLeaf(node->right, y);
+  bool rightLeaf = compareOperand<Op>(node->right, y);
   if (!rightLeaf) {
     evaluateNode(ctx, b, node->right);
     y = b.number;
