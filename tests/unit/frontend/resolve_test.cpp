@@ -36,8 +36,8 @@ class Resolver : public ::testing::Test {
       Node *n = stack.back();
       stack.pop_back();
       if (!n) continue;
+      stack.push_back(n->next);  // after this node's own children
       if (n->opcode == OP_VAR) {
-        stack.push_back(n->next);
         for (Node *d = n->left; d; d = d->next)
           if (d->opcode == OP_ASSIGN) stack.push_back(d->right);
         continue;
@@ -51,7 +51,6 @@ class Resolver : public ::testing::Test {
         stack.push_back(n->right);
         stack.push_back(n->left);
       }
-      stack.push_back(n->next);
     }
     return found;
   }
@@ -69,8 +68,8 @@ TEST_F(Resolver, ParametersAndBodyComeFirst) {
 }
 
 TEST_F(Resolver, AssignmentsAfterASureVarNeedNoSlot) {
-  const FrameLayout &l = layoutOf(
-      "function f(n) { var t = 0; for (var i = 0; i < n; i++) { t = t + i; } return t; }");
+  const FrameLayout &l =
+      layoutOf("function f(n) { var t = 0; for (var i = 0; i < n; i++) { t = t + i; } return t; }");
   ASSERT_EQ(l.blocks.size(), 3u);
   EXPECT_EQ(slotsIn(l, 2), 0);  // the loop body declares nothing
   for (Node *t : reads("t")) {
@@ -89,7 +88,8 @@ TEST_F(Resolver, AVarInsideAnIfIsNotSure) {
 }
 
 TEST_F(Resolver, CaseLabelsJumpOverDeclarations) {
-  const FrameLayout &l = layoutOf("function f(v) { switch (v) { case 1: var s = 1; case 2: s = 5; } }");
+  const FrameLayout &l =
+      layoutOf("function f(v) { switch (v) { case 1: var s = 1; case 2: s = 5; } }");
   ASSERT_EQ(l.blocks.size(), 3u);
   EXPECT_EQ(slotsIn(l, 2), 1);
   for (Node *s : reads("s")) EXPECT_EQ(s->candidates, 1);
