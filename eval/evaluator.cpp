@@ -565,7 +565,12 @@ void evaluateList(Context &ctx, Value &result, Node *first) {
 
 namespace {
 
-void execName(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
+void execName(Context &, Value &result, Node *node) {
+  Symbol *s = variableAt(node);
+  if (!s) [[unlikely]]
+    undeclaredName(node);
+  result = s->value;
+}
 
 void execNumber(Context &, Value &result, Node *node) { result.setNumber(node->number); }
 
