@@ -227,6 +227,7 @@ bool typeInRange(int code, double v) {
 bool parseTemplate(std::string_view text, PackTemplate &out) {
   out.fields.clear();
   out.size = 0;
+  out.named = 0;
   TemplateLexer lex(text);
   do {
     std::string_view first = lex.next();
@@ -245,6 +246,7 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
     f.code = typeCode(type);
     if (f.code == 0) return false;
     out.fields.push_back(f);
+    if (!f.name.empty()) out.named++;
     out.size += typeSize(f.code) * (f.count ? f.count : 1);
   } while (!lex.onlySpaceLeft());
   return true;
@@ -262,6 +264,7 @@ bool packFitsMemory(const PackTemplate &t) { return !beyondMemory(t.size, 1); }
 Value unpackRecord(const PackTemplate &t, std::string_view data) {
   MHash *h = new MHash();
   Value result(h);
+  h->entries.reserve(t.named);
   const char *p = data.data();
   size_t left = data.size();
   // Once one value does not fit, every later value is null too, even a
