@@ -15,6 +15,11 @@
 #define MARL_PLAIN_OBJECT_STORAGE 1
 #endif
 #endif
+#ifdef MARL_PLAIN_OBJECT_STORAGE
+constexpr bool kPooled = false;
+#else
+constexpr bool kPooled = true;
+#endif
 
 namespace marl {
 
@@ -58,8 +63,7 @@ void *carve(size_t bytes) {
 }  // namespace
 
 void *MRef::operator new(size_t size) {
-#ifndef MARL_PLAIN_OBJECT_STORAGE
-  if (size <= kLargest) {
+  if (kPooled && size <= kLargest) {
     size_t cls = (size + kGrain - 1) / kGrain;
     if (FreeCell *c = pools.free[cls]) {
       pools.free[cls] = c->next;
@@ -67,21 +71,18 @@ void *MRef::operator new(size_t size) {
     }
     return carve(cls * kGrain);
   }
-#endif
   return ::operator new(size);
 }
 
 void MRef::operator delete(void *p, size_t size) {
   if (!p) return;
-#ifndef MARL_PLAIN_OBJECT_STORAGE
-  if (size <= kLargest) {
+  if (kPooled && size <= kLargest) {
     size_t cls = (size + kGrain - 1) / kGrain;
     FreeCell *c = static_cast<FreeCell *>(p);
     c->next = pools.free[cls];
     pools.free[cls] = c;
     return;
   }
-#endif
   ::operator delete(p);
 }
 
