@@ -169,8 +169,8 @@ struct token_tag__ {
 // A function definition's record always hangs on an OP_FUNCDEF node, also when
 // the definition went to the function table, so freeAllNodes frees it.
 
-// Creates a node at the scanner's current line and file, entered in the
-// process-wide node list.
+// Creates a node at the scanner's current line and file, in the parse tree
+// of the interpreter state (frontend/parse_tree.hpp).
 Node *newNode(int opcode);
 // Frees every node (and its payload) at once.
 void freeAllNodes();
