@@ -10,6 +10,7 @@
 #include "builtins/system.hpp"
 #include "io/process.hpp"
 #include "io/stream.hpp"
+#include "runtime/interrupt.hpp"
 
 namespace marl {
 
@@ -51,7 +52,12 @@ int readKey() {
   for (;;) {
     ssize_t n = ::read(0, &c, 1);
     if (n == 1) return c;
-    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EINTR) {
+      // Ctrl-C must stop a script waiting for a key; the terminal's
+      // settings come back as the wait unwinds.
+      checkInterrupt();
+      continue;
+    }
     return -1;
   }
 }

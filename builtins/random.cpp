@@ -1,22 +1,30 @@
-// The process-wide MT19937 generator.
+// The interpreter's MT19937 generator.
 #include "builtins/random.hpp"
 
-#include <random>
+#include <cstdio>
+#include <cstdlib>
 
 namespace marl {
 
 namespace {
 
-// std::mt19937 is exactly the standard generator, and its default seed is 5489.
-std::mt19937 &generator() {
-  static std::mt19937 gen;
-  return gen;
-}
+RandomGenerator *current = nullptr;
 
 }  // namespace
 
-void seedRandom(uint32_t seed) { generator().seed(seed); }
+// std::mt19937 is exactly the standard generator, and its default seed is 5489.
+RandomGenerator::RandomGenerator() {
+  if (current) {
+    std::fputs("Internal error in RandomGenerator: a second generator\n", stderr);
+    std::abort();
+  }
+  current = this;
+}
 
-uint32_t nextRandom() { return static_cast<uint32_t>(generator()()); }
+RandomGenerator::~RandomGenerator() { current = nullptr; }
+
+void seedRandom(uint32_t seed) { current->engine.seed(seed); }
+
+uint32_t nextRandom() { return static_cast<uint32_t>(current->engine()); }
 
 }  // namespace marl

@@ -1,10 +1,21 @@
-// The process-wide MT19937 generator behind srand(), random() and rand().
+// The MT19937 generator behind srand(), random() and rand().
 #pragma once
 #include <cstdint>
+#include <random>
 
 namespace marl {
 
-// The standard 32-bit Mersenne Twister; until seeded it starts from 5489.
+// Part of the interpreter state; while it exists it is the generator the
+// functions below draw from. Until seeded it starts from 5489, as the
+// standard 32-bit Mersenne Twister does.
+struct RandomGenerator {
+  std::mt19937 engine;
+  RandomGenerator();
+  ~RandomGenerator();
+  RandomGenerator(const RandomGenerator &) = delete;
+  RandomGenerator &operator=(const RandomGenerator &) = delete;
+};
+
 void seedRandom(uint32_t seed);
 uint32_t nextRandom();
 

@@ -11,7 +11,7 @@ void registerGroup(std::span<const BuiltinEntry> group) {
   for (const BuiltinEntry &e : group) register_builtin(e.name, e.arity, e.handler);
 }
 
-void registerAllBuiltins() {
+void registerLibraryBuiltins() {
   registerGroup(coreBuiltins());
   registerGroup(stringBuiltins());
   registerGroup(encodingBuiltins());
@@ -23,9 +23,6 @@ void registerAllBuiltins() {
   registerGroup(formatBuiltins());
   registerGroup(packBuiltins());
   registerGroup(serialBuiltins());
-  registerGroup(graphicsBuiltins());
-  registerGroup(nativeBuiltins());
-  registerGroup(comBuiltins());
 }
 
 }  // namespace marl

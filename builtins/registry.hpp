@@ -28,11 +28,9 @@ std::span<const BuiltinEntry> systemBuiltins();  // time, file system, console
 std::span<const BuiltinEntry> formatBuiltins();
 std::span<const BuiltinEntry> packBuiltins();
 std::span<const BuiltinEntry> serialBuiltins();
-std::span<const BuiltinEntry> graphicsBuiltins();
-std::span<const BuiltinEntry> nativeBuiltins();
-std::span<const BuiltinEntry> comBuiltins();
 
-// Registers the library, then graphics, native functions and COM.
-void registerAllBuiltins();
+// Registers the library's groups in the order above. The layers above add
+// their own groups after it (see the driver's registerAllBuiltins).
+void registerLibraryBuiltins();
 
 }  // namespace marl

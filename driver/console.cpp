@@ -56,6 +56,12 @@ char *nextCandidate(const char *text, int state) {
 
 bool lineCancelled = false;
 
+// Forgets a Ctrl-C that has nothing left to stop; other signals stay.
+void dropCtrlC() {
+  int sig = SIGINT;
+  pendingSignal.compare_exchange_strong(sig, 0);
+}
+
 // The line editor reads keys with the terminal's signal keys turned off, so
 // Ctrl-C arrives here as a byte. It and a signal end the line as Enter would
 // (the editor has no other clean way out of a read); the caller then drops
@@ -123,17 +129,22 @@ class LineSource {
       flushStandardStreams();
       lineCancelled = false;
       char *line = readline(prompt);
-      int sig = pendingSignal.exchange(0);
-      if (sig != 0 && sig != SIGINT) endedBy_ = sig;
-      if (!endedBy_ && (lineCancelled || sig == SIGINT)) {
+      int sig = pendingSignal.load();
+      if (sig != 0 && sig != SIGINT) endedBy_ = pendingSignal.exchange(0);
+      if (!endedBy_ && lineCancelled) {
         // Ctrl-C at the prompt drops the line and asks again.
+        dropCtrlC();
         std::free(line);
         continue;
       }
       if (!line || endedBy_) {
+        dropCtrlC();
         std::free(line);
         return false;
       }
+      // A SIGINT not seen by readKey came after Enter, once the editor had
+      // handed the terminal back: it belongs to the line just entered and
+      // stays pending, so that the command stops at its first step.
       if (*line) {
         add_history(line);
         saveHistory();  // at once: no way out of the session loses it
@@ -174,6 +185,9 @@ template <typename Run>
 void runInterruptible(Run run) {
   try {
     run();
+    // A blocking read gives up on a signal and returns; if that was the
+    // command's last step, nothing after it has looked at the signal yet.
+    checkInterrupt();
   } catch (const Interrupted &i) {
     if (i.signal != SIGINT) throw;
     writeOut("");
@@ -189,6 +203,11 @@ int run_console() {
   std::string line;
   try {
     while (input.next(">", line)) {
+      // A Ctrl-C typed just after Enter stops what the line runs; a line
+      // that runs no script code lets it go, or it would drop the next one.
+      bool command =
+          is(line, ".quit") || is(line, ".help") || is(line, ".load") || is(line, ".cls");
+      if (command || line.empty()) dropCtrlC();
       if (is(line, ".quit")) break;
       if (is(line, ".help")) {
         writeOut(std::string(bannerText()) + "\n\nCommand:\n    .cls, .quit, .load, .help\n\n");
@@ -216,6 +235,7 @@ int run_console() {
       if (line.back() != ';') line += ';';
       runInterruptible([&] {
         Value result = run_script_string(line);
+        checkInterrupt();  // no value for a command that was stopped
         writeOut(toInspectText(result) + "\n");
       });
     }

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <memory>
 
-#include "builtins/registry.hpp"
 #include "builtins/input_queue.hpp"
+#include "driver/builtin_groups.hpp"
 #include "io/process.hpp"
 #include "driver/interpreter.hpp"
 #include "driver/runner.hpp"

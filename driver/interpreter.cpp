@@ -3,7 +3,6 @@
 
 #include "eval/cleanup.hpp"
 #include "external/dotnet_bridge.hpp"
-#include "frontend/node.hpp"
 #include "graphics/session.hpp"
 #include "io/process.hpp"
 
@@ -15,7 +14,6 @@ Interpreter *running = nullptr;
 
 }  // namespace
 
-ParseTreeOwner::~ParseTreeOwner() { freeAllNodes(); }
 ExternalRuntimes::~ExternalRuntimes() { shutdownDotNet(); }
 
 Interpreter::Interpreter() {

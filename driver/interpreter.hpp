@@ -3,22 +3,17 @@
 // so destroying it is the teardown.
 #pragma once
 #include "builtins/input_queue.hpp"
+#include "builtins/random.hpp"
 #include "driver/driver.hpp"
 #include "eval/evaluator.hpp"
 #include "frontend/functions.hpp"
+#include "frontend/parse_tree.hpp"
 #include "frontend/symbols.hpp"
+#include "io/standard_streams.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/object.hpp"
 
 namespace marl {
-
-// Frees the parse tree after everything that could still run it is gone.
-struct ParseTreeOwner {
-  ParseTreeOwner() = default;
-  ~ParseTreeOwner();
-  ParseTreeOwner(const ParseTreeOwner &) = delete;
-  ParseTreeOwner &operator=(const ParseTreeOwner &) = delete;
-};
 
 // Stops the .NET runtime, if it was started, once every object is released.
 struct ExternalRuntimes {
@@ -31,9 +26,10 @@ struct ExternalRuntimes {
 // One per process: the language runs on one thread and the parts below are
 // reached by each layer as "the current one". Construction pushes the global
 // scope. Destruction flushes the standard streams, waits for a picture still
-// on the screen to be closed, runs the final cleanup of handles, then, member by member: the
-// driver's and the evaluator's state; every scope; the function table; the last release of every
-// object; the .NET runtime; the parse tree.
+// on the screen to be closed, runs the final cleanup of handles, then, member
+// by member: the driver's state, the input queue, the random generator and
+// the evaluator's state; every scope; the function table; the last release
+// of every object; the .NET runtime; the parse tree; the standard streams.
 class Interpreter {
  public:
   Interpreter();
@@ -42,8 +38,10 @@ class Interpreter {
   Interpreter &operator=(const Interpreter &) = delete;
   static Interpreter *current();
 
+  StandardStreams streams;
+  ParseTree tree;
+
  private:
-  ParseTreeOwner tree_;
   ExternalRuntimes external_;
 
  public:
@@ -52,6 +50,7 @@ class Interpreter {
   FunctionTable functions;
   ScopeStack scopes;
   EvaluatorState evaluator;
+  RandomGenerator random;
   InputQueue input;
   DriverState driver;
 };

@@ -6,6 +6,7 @@
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
 #include "eval/external_access.hpp"
+#include "eval/operators.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"
@@ -17,11 +18,12 @@ namespace marl {
 namespace {
 
 long long truncIndex(double d) {
-  double t = std::trunc(d);
-  if (std::isnan(t)) return 0;
-  if (t > 9.0e18) return static_cast<long long>(9.0e18);
-  if (t < -9.0e18) return static_cast<long long>(-9.0e18);
-  return static_cast<long long>(t);
+  // The conversion itself truncates toward zero; only NaN and values
+  // beyond the integer range need a decision.
+  if (d > -9.0e18 && d < 9.0e18) [[likely]]
+    return static_cast<long long>(d);
+  if (std::isnan(d)) return 0;
+  return d > 0 ? static_cast<long long>(9.0e18) : static_cast<long long>(-9.0e18);
 }
 
 // The index shown in "Array range error index:=%d" is the truncated index as
@@ -96,6 +98,89 @@ bool writeElementFast(Node *node, const Value &value) {
   return false;
 }
 
+}  // namespace
+
+bool elementNumber(Node *n, double &out) {
+  const Value *container = containerInPlace(n);
+  if (!container) return false;
+  const HeldValue *e = nullptr;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(n->right, d)) return false;
+    e = a->at(truncIndex(d));
+  } else if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return false;
+    e = h->find(*key);
+  }
+  if (!e || e->kind != Kind::Number) return false;
+  out = e->number;
+  return true;
+}
+
+namespace {
+
+// h[k] op= v with a leaf key whose entry holds a number.
+bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &container,
+                   Value &result) {
+  const std::string *leaf = leafKey(node->left->right);
+  if (!leaf) return false;
+  const HeldValue *entry = h->find(*leaf);
+  if (!entry || entry->object || entry->kind == Kind::Object) return false;
+  Value current = entry->get();
+  double y;
+  if (numberLeaf(node->right, y)) {
+    result.setNumber(numericOp(node->line, op, current.number, y));
+    h->set(*leaf, result);
+    return true;
+  }
+  // The right side may reassign the variables that hold the hash and the key.
+  Value keep(container);
+  std::string key(*leaf);
+  Value rhs;
+  evaluate(ctx, rhs, node->right);
+  if (rhs.isNumeric())
+    result.setNumber(numericOp(node->line, op, current.number, rhs.number));
+  else
+    result = arith(node->line, op, current, rhs);
+  h->set(key, result);
+  return true;
+}
+
+}  // namespace
+
+bool updateElementFast(Context &ctx, Node *node, int op, Value &result) {
+  Node *target = node->left;
+  const Value *container = containerInPlace(target);
+  if (!container) return false;
+  if (MHash *h = asHash(*container)) return updateKeyFast(ctx, node, op, h, *container, result);
+  MArray *a = asArray(*container);
+  double d;
+  if (!a || !numberLeaf(target->right, d)) return false;
+  long long i = truncIndex(d);
+  const HeldValue *element = a->at(i);
+  if (!element || element->object || element->kind == Kind::Object) return false;
+  // From here on the general path would do the same: the element is read
+  // before the right side runs, and the array read is the one written.
+  Value current = element->get();
+  double y;
+  if (numberLeaf(node->right, y)) {
+    result.setNumber(numericOp(node->line, op, current.number, y));
+  } else {
+    Value keep(*container);  // the right side may drop the variable's array
+    Value rhs;
+    evaluate(ctx, rhs, node->right);
+    if (rhs.isNumeric())
+      result.setNumber(numericOp(node->line, op, current.number, rhs.number));
+    else
+      result = arith(node->line, op, current, rhs);
+  }
+  if (!a->set(i, result)) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
+  return true;
+}
+
+namespace {
+
 // `o.m(args)` as a place: a parameterised property of an automation object.
 void resolvePropertyCall(Context &ctx, Node *node, Place &place) {
   for (Node *a = node->left; a; a = a->next) {
@@ -114,19 +199,18 @@ void resolvePropertyCall(Context &ctx, Node *node, Place &place) {
 Symbol *declareForAssignment(Node *nameNode) {
   Name *name = nameNode->payload.name;
   if (strictMode()) notDeclared(nameNode->line, name);
-  return declare(innermostScope(), name);
+  bool existed;
+  if (nameNode->resolved && nameNode->slot >= 0) return declareSlot(nameNode->slot, existed);
+  return declareInnermost(name, false, existed);
 }
 
-Symbol *declareHere(Name *name, int line, bool strictCheck) {
-  SymMan *scope = innermostScope();
-  Name *vn = name->var ? name->var : name;
-  Symbol *s = scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn);
-  if (s) {
-    if (strictCheck && strictMode())
-      raise_error(line, "Symbol %s already declared", vn->text.c_str());
-    return s;
-  }
-  return declare(scope, vn);
+Symbol *declareAtNode(Node *node, Name *name, int line, bool strictCheck) {
+  bool existed;
+  Symbol *s =
+      node->slot >= 0 ? declareSlot(node->slot, existed) : declareInnermost(name, false, existed);
+  if (existed && strictCheck && strictMode())
+    raise_error(line, "Symbol %s already declared", (name->var ? name->var : name)->text.c_str());
+  return s;
 }
 
 void s_get(Context &ctx, Value &result, Node *node) {

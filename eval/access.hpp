@@ -29,26 +29,38 @@ void s_get(Context &ctx, Value &result, Node *node);
 // Stores `value` into the place the node denotes; `result` receives the stored value.
 void s_set(Context &ctx, Node *node, const Value &value);
 
+// `a[i] op= v` (an arithmetic op) on a named array with a leaf index, or
+// `h[k] op= v` on a named hash with a leaf key, whose element holds a
+// number, without a place; false (nothing done) otherwise.
+bool updateElementFast(Context &ctx, Node *node, int op, Value &result);
 void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
-// The variable a name node denotes (null when not declared), through the
-// node's cache while no scope has changed.
+// The variable a name node denotes (null when not declared). A resolved
+// name is held by one of its candidate slots or is a global, unless text
+// run by eval has declared names the resolver never saw in this frame.
 inline Symbol *variableAt(Node *nameNode) {
-  Name *name = nameNode->payload.name;
-  if (name->var) name = name->var;
-  if (nameNode->symbolEpoch == scopeEpoch() && nameNode->cachedBindings == name->bindings)
-    return nameNode->cachedSymbol;
-  Symbol *s = lookupVariable(name);
-  nameNode->cachedSymbol = s;
-  nameNode->symbolEpoch = scopeEpoch();
-  nameNode->cachedBindings = name->bindings;
-  return s;
+  Frame *f = runningFrame();
+  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
+    for (int k = 0; k < nameNode->candidates; k++) {
+      Symbol *s = &f->slots[nameNode->candidate[k]];
+      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
+    }
+    Name *name = nameNode->payload.name;
+    if (name->var) name = name->var;
+    if (f->statics && *f->statics)
+      if (Symbol *s = (*f->statics)->findHere(name)) return s;
+    return name->global;
+  }
+  return lookupVariable(nameNode->payload.name);
 }
-// A number literal, or a name holding a number (not a boolean): its value
-// without evaluating a node. Reading either has no side effect, so a caller
-// may fall back to the general path after a false answer.
+// A number literal or a name holding a number (not a boolean): its value
+// without evaluating a node. Reading either has no side
+// effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a
+// named container with a leaf index whose element holds a number (not a boolean): that number, read
+// in place.
+bool elementNumber(Node *n, double &out);
 inline bool numberLeaf(Node *n, double &out) {
   if (n->opcode == OP_NUMBER) {
     out = n->number;
@@ -63,6 +75,12 @@ inline bool numberLeaf(Node *n, double &out) {
   }
   return false;
 }
+// An operand of arithmetic or of an ordering: a number leaf, or an element
+// holding a number. Elements are tried only here, where numbers are usual;
+// elsewhere (`==`, conditions) the element is read once, by its node.
+inline bool numberOperand(Node *n, double &out) {
+  return numberLeaf(n, out) || (n->opcode == OP_INDEX && elementNumber(n, out));
+}
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *declareForAssignment(Node *nameNode);
@@ -70,7 +88,9 @@ inline Symbol *variableForAssignment(Node *nameNode) {
   Symbol *s = variableAt(nameNode);
   return s ? s : declareForAssignment(nameNode);
 }
-// Declares `name` in the innermost scope (or reuses it there).
-Symbol *declareHere(Name *name, int line, bool strictCheck);
+// Declares the name of a declaring node (`var`, a loop or catch variable,
+// `let`, a nested function) in the innermost scope, or finds it declared
+// there already ("Symbol %s already declared" in strict mode when asked).
+Symbol *declareAtNode(Node *node, Name *name, int line, bool strictCheck);
 
 }  // namespace marl

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "eval/access.hpp"
 #include "eval/cleanup.hpp"
@@ -25,6 +26,11 @@ namespace marl {
 
 namespace {
 
+using Handler = void (*)(Context &, Value &, Node *);
+constexpr uint32_t kOpcodeLimit = OP_USHR_ASSIGN + 1;
+// evaluate() without the call: checks, then the node kind's handler.
+inline void evaluateNode(Context &ctx, Value &result, Node *node);
+
 EvaluatorState *current = nullptr;
 constexpr size_t kMaxScopes = 1000;
 
@@ -42,15 +48,29 @@ void takeStep(int line) {
 class ArgBuffer {
  public:
   explicit ArgBuffer(size_t n) : n_(n) {
-    if (n > kInline) heap_ = new Value[n];
+    if (n > kInline) {
+      heap_ = new Value[n];
+      data_ = heap_;
+    } else {
+      data_ = reinterpret_cast<Value *>(inline_);
+      for (size_t i = 0; i < n; i++) new (data_ + i) Value();
+    }
   }
-  ~ArgBuffer() { delete[] heap_; }
-  Value *data() { return heap_ ? heap_ : inline_; }
-  Args args() { return Args{data(), n_}; }
+  ~ArgBuffer() {
+    if (heap_)
+      delete[] heap_;
+    else
+      for (size_t i = 0; i < n_; i++) data_[i].~Value();
+  }
+  ArgBuffer(const ArgBuffer &) = delete;
+  ArgBuffer &operator=(const ArgBuffer &) = delete;
+  Value *data() { return data_; }
+  Args args() { return Args{data_, n_}; }
 
  private:
   static constexpr size_t kInline = 6;
-  Value inline_[kInline];
+  alignas(Value) unsigned char inline_[kInline * sizeof(Value)];
+  Value *data_;
   Value *heap_ = nullptr;
   size_t n_;
 };
@@ -68,6 +88,9 @@ size_t countList(Node *n) {
 // Consumes a pending break/continue at a loop. Returns true when the loop must
 // end (break here, or a jump that belongs to an outer construct).
 inline bool loopShouldExit(Context &ctx, bool &continuing) {
+  // Every run that does not end goes round a loop or through calls: those
+  // are where a signal stops a script.
+  checkInterrupt();
   if (stepBudgetOn) takeStep(0);
   continuing = false;
   if (ctx.jump == JUMP_NONE) return false;
@@ -83,7 +106,7 @@ inline bool loopShouldExit(Context &ctx, bool &continuing) {
 int jumpLevel(Context &ctx, Node *node) {
   if (!node->left) return 1;
   Value v;
-  evaluate(ctx, v, node->left);
+  evaluateNode(ctx, v, node->left);
   double d = toNumber(v);
   if (std::isnan(d) || std::trunc(d) < 1)
     raise_error(node->line, "break/continue level must be 1 or larger value");
@@ -97,7 +120,7 @@ void declareArraySize(Context &ctx, Symbol *sym, Node *decl) {
     return;
   }
   Value size;
-  evaluate(ctx, size, decl->right);
+  evaluateNode(ctx, size, decl->right);
   if (!size.isNumeric()) raise_error(decl->line, "Array size declaration must be number");
   double n = std::trunc(size.number);
   if (!(n > 0)) n = 0;
@@ -115,7 +138,7 @@ Name *declaratorName(Node *d) {
 void initialiseDeclarator(Context &ctx, Symbol *sym, Node *d) {
   if (d->opcode == OP_ASSIGN) {
     Value v;
-    evaluate(ctx, v, d->right);
+    evaluateNode(ctx, v, d->right);
     sym->value = v;
   } else if (d->opcode == OP_INDEX) {
     declareArraySize(ctx, sym, d);
@@ -124,8 +147,8 @@ void initialiseDeclarator(Context &ctx, Symbol *sym, Node *d) {
 
 void evalVar(Context &ctx, Node *node) {
   for (Node *d = node->left; d; d = d->next) {
-    Name *name = declaratorName(d);
-    Symbol *sym = declareHere(name, d->line, true);
+    Node *nameNode = d->opcode == OP_NAME ? d : d->left;
+    Symbol *sym = declareAtNode(nameNode, nameNode->payload.name, d->line, true);
     initialiseDeclarator(ctx, sym, d);
   }
 }
@@ -147,39 +170,25 @@ void evalExtern(Node *node) {
   for (Node *d = node->left; d; d = d->next) {
     Name *name = d->payload.name;
     Name *vn = name->var ? name->var : name;
-    SymMan *scope = innermostScope();
-    if (strictMode() && (scope->kind == SCOPE_GLOBAL ? vn->global : scope->findHere(vn)))
-      raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
-    if (scope->kind == SCOPE_GLOBAL)
+    if (innermostIsGlobal()) {
+      if (strictMode() && vn->global)
+        raise_error(d->line, "Symbol %s already declared", vn->text.c_str());
       raise_error(d->line, "Variable cannot extern from global scope");
-    Symbol *s = scope->findHere(vn);
-    if (s) {
-      s->refersToGlobal = true;
-      vn->bindings++;
-    } else {
-      declare(scope, vn, true);
     }
+    declareAtNode(d, vn, d->line, true)->refersToGlobal = true;
   }
 }
 
-// The static table of the running function: the nearest function scope's,
-// made on first use; at the top level, the global scope.
+// The static table of the running function, made on first use; at the top
+// level, the global scope.
 SymMan *functionStatics(int) {
-  if (current->runningFunctions.empty()) return globalScope();
-  func_data *fd = current->runningFunctions.back();
-  if (!fd->statics) {
-    fd->statics = new SymMan();
-    fd->statics->kind = SCOPE_FUNCTION;
-    const auto &stack = scopeStack();
-    for (size_t i = stack.size(); i-- > 0;) {
-      if (stack[i]->kind == SCOPE_FUNCTION) {
-        stack[i]->statics = fd->statics;
-        scopesChanged();
-        break;
-      }
-    }
+  SymMan **statics = runningFrame()->statics;
+  if (!statics) return globalScope();
+  if (!*statics) {
+    *statics = new SymMan();
+    (*statics)->kind = SCOPE_FUNCTION;
   }
-  return fd->statics;
+  return *statics;
 }
 
 void evalCall(Context &ctx, Value &result, Node *node) {
@@ -187,7 +196,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
   ArgBuffer buf(argc);
   Value *argv = buf.data();
   size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluate(ctx, argv[i++], a);
+  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
   Node *callee = node->right;
   if (callee->opcode == OP_NAME) {
     func_data *fd = nullptr;
@@ -220,7 +229,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
     // A function reference kept in a hash member can be called as o.m(...);
     // on an automation object o.m(...) invokes its method m.
     Value obj, member;
-    evaluate(ctx, obj, callee->left);
+    evaluateNode(ctx, obj, callee->left);
     const std::string &name = callee->right->payload.name->text;
     if (invokeAutomationMember(obj, name, node->line, buf.args(), result)) return;
     readMember(obj, name, node->line, member);
@@ -244,7 +253,7 @@ void evalFuncDef(Node *node) {
     d->arity = static_cast<int32_t>(def->params.size());
     info->variants.push_back(d);
   }
-  Symbol *s = declareHere(def->name, node->line, false);
+  Symbol *s = declareAtNode(node, def->name, node->line, false);
   s->value = Value(new MFuncRef(info));
 }
 
@@ -252,12 +261,11 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Node *target = c->a;
   if (target->opcode == OP_VAR) {
-    Name *name = declaratorName(target->left);
-    declareHere(name, target->line, true);
+    declareAtNode(target->left, target->left->payload.name, target->line, true);
     target = target->left;
   }
   Value coll;
-  evaluate(ctx, coll, c->b);
+  evaluateNode(ctx, coll, c->b);
   // An automation collection is walked as the array of its elements.
   Value elements;
   if (automationElements(coll, node->line, elements)) coll = elements;
@@ -266,7 +274,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   if (MArray *a = asArray(coll)) {
     for (size_t i = 0; i < a->size(); i++) {
       s_set(ctx, target, a->items[i].get());
-      evaluate(ctx, body, c->c);
+      evaluateNode(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else if (MHash *h = asHash(coll)) {
@@ -275,7 +283,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
     for (auto &e : h->entries) keys.push_back(e.first);
     for (auto &k : keys) {
       s_set(ctx, target, makeString(k));
-      evaluate(ctx, body, c->c);
+      evaluateNode(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else {
@@ -287,10 +295,10 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
 void evalSwitch(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   ScopeGuard scope;
-  pushScope(SCOPE_BLOCK);
+  pushBlockScope(node);
   {
     Value subject;
-    evaluate(ctx, subject, c->a);
+    evaluateNode(ctx, subject, c->a);
     Node *body = c->b;
     Node *list = body->opcode == OP_BLOCK ? body->left : body;
     bool single = body->opcode != OP_BLOCK;
@@ -299,7 +307,7 @@ void evalSwitch(Context &ctx, Value &result, Node *node) {
     for (Node *s = list; s; s = single ? nullptr : s->next) {
       if (s->opcode == OP_CASE) {
         Value label;
-        evaluate(ctx, label, s->left);
+        evaluateNode(ctx, label, s->left);
         if (looseEquals(subject, label)) {
           start = s;
           break;
@@ -311,7 +319,7 @@ void evalSwitch(Context &ctx, Value &result, Node *node) {
     if (!start) start = fallback;
     if (start) {
       if (single)
-        evaluate(ctx, result, start);
+        evaluateNode(ctx, result, start);
       else
         evaluateList(ctx, result, start);
     }
@@ -323,18 +331,18 @@ void evalTry(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   size_t depth = scopeDepth();
   try {
-    evaluate(ctx, result, c->a);
+    evaluateNode(ctx, result, c->a);
   } catch (const ScriptError &e) {
     popScopesTo(depth);
     if (c->b) {
       Node *target = c->b;
       if (target->opcode == OP_VAR) {
-        declareHere(declaratorName(target->left), target->line, true);
+        declareAtNode(target->left, target->left->payload.name, target->line, true);
         target = target->left;
       }
       s_set(ctx, target, makeString(e.what()));
     }
-    if (c->c) evaluate(ctx, result, c->c);
+    if (c->c) evaluateNode(ctx, result, c->c);
   }
 }
 
@@ -352,9 +360,15 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
     // An undeclared name is left to the general path, which reports it.
     Symbol *sym = variableAt(node->left);
     if (sym && sym->value.isNumeric()) {
-      double x = sym->value.number;
+      double x = sym->value.number, y;
+      if (numberLeaf(node->right, y)) {
+        double r = numericOp(node->line, op, x, y);
+        result.setNumber(r);
+        sym->value.setNumber(r);
+        return;
+      }
       Value rhs;
-      evaluate(ctx, rhs, node->right);
+      evaluateNode(ctx, rhs, node->right);
       if (rhs.isNumeric()) {
         result.setNumber(numericOp(node->line, op, x, rhs.number));
         sym->value = result;
@@ -366,12 +380,14 @@ void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
       return;
     }
   }
+  if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
+    return;
   Place place;
   resolvePlace(ctx, node->left, place);
   Value current;
   readPlace(place, current);
   Value rhs;
-  evaluate(ctx, rhs, node->right);
+  evaluateNode(ctx, rhs, node->right);
   if (op == OP_ADD && place.kind == Place::Variable && !asArray(rhs) &&
       appendableString(place.symbol, current)) {
     // Nobody else can see the string, so growing it is the same as replacing it.
@@ -463,7 +479,7 @@ inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
     double x, y;
     if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
   }
-  evaluate(ctx, scratch, n);
+  evaluateNode(ctx, scratch, n);
   return truth(scratch);
 }
 
@@ -482,11 +498,11 @@ bool plainCompare(int op, int line, const Value &a, const Value &b) {
 // link that fails.
 void evalChain(Context &ctx, Value &result, Node *node) {
   Value left;
-  evaluate(ctx, left, node->left);
+  evaluateNode(ctx, left, node->left);
   Node *rest = node->right;
   for (;;) {
     Value mid;
-    evaluate(ctx, mid, rest->left);
+    evaluateNode(ctx, mid, rest->left);
     int linkOp = node->opcode;
     if (!chainLink(linkOp, node->line, left, mid)) {
       result.setBool(false);
@@ -499,7 +515,7 @@ void evalChain(Context &ctx, Value &result, Node *node) {
       continue;
     }
     Value right;
-    evaluate(ctx, right, rest->right);
+    evaluateNode(ctx, right, rest->right);
     result.setBool(plainCompare(rest->opcode, rest->line, mid, right));
     return;
   }
@@ -508,8 +524,8 @@ void evalChain(Context &ctx, Value &result, Node *node) {
 void evalLet(Context &ctx, Value &result, Node *node) {
   if (node->left->opcode != OP_NAME) raise_error(node->line, "Bad type operation in let()");
   Value v;
-  evaluate(ctx, v, node->right);
-  Symbol *s = declareHere(node->left->payload.name, node->line, true);
+  evaluateNode(ctx, v, node->right);
+  Symbol *s = declareAtNode(node->left, node->left->payload.name, node->line, true);
   s->value = v;
   result = std::move(v);
 }
@@ -542,417 +558,512 @@ bool setStrictMode(bool on) {
 
 void evaluateList(Context &ctx, Value &result, Node *first) {
   for (Node *s = first; s; s = s->next) {
-    evaluate(ctx, result, s);
+    evaluateNode(ctx, result, s);
     if (ctx.jump != JUMP_NONE) return;
   }
 }
 
-void evaluate(Context &ctx, Value &result, Node *node) {
+namespace {
+
+void execName(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
+
+void execNumber(Context &, Value &result, Node *node) { result.setNumber(node->number); }
+
+void execString(Context &, Value &result, Node *node) {
+  result = makeString(node->payload.str->bytes);
+}
+
+void execCall(Context &ctx, Value &result, Node *node) { evalCall(ctx, result, node); }
+
+void execAssign(Context &ctx, Value &result, Node *node) {
+  Value v;
+  evaluateNode(ctx, v, node->right);
+  if (node->left->opcode == OP_NAME) {
+    // The value runs first; only then is the target looked up (or declared).
+    variableForAssignment(node->left)->value = v;
+    result = std::move(v);
+    return;
+  }
+  if (node->left->opcode == OP_ARRAY) {
+    s_set(ctx, node->left, v);
+    result.setNull();
+    return;
+  }
+  s_set(ctx, node->left, v);
+  result = std::move(v);
+}
+
+void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
+
+// One instance per operator, so that the operator's arithmetic is inlined.
+template <int Op>
+void execArith(Context &ctx, Value &result, Node *node) {
+  // Leaves are read without a call; a leaf's number is taken before
+  // the right side runs, as evaluating it into a value would.
+  double x, y;
+  Value a, b;
+  bool leftLeaf = numberOperand(node->left, x);
+  if (!leftLeaf) {
+    evaluateNode(ctx, a, node->left);
+    x = a.number;
+  }
+  bool rightLeaf = numberOperand(node->right, y);
+  if (!rightLeaf) {
+    evaluateNode(ctx, b, node->right);
+    y = b.number;
+  }
+  if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+    result.setNumber(numericOp(node->line, Op, x, y));
+    return;
+  }
+  if (leftLeaf) a = Value::num(x);
+  if (rightLeaf) b = Value::num(y);
+  result = arith(node->line, Op, a, b);
+}
+
+// Elements are tried as numbers for the orderings only: `==` and `!=` are as
+// likely to compare objects, and a failed try would read the element twice.
+template <int Op>
+inline bool compareOperand(Node *n, double &out) {
+  if constexpr (Op == OP_EQ || Op == OP_NE)
+    return numberLeaf(n, out);
+  else
+    return numberOperand(n, out);
+}
+
+template <int Op>
+void execCompare(Context &ctx, Value &result, Node *node) {
+  double x, y;
+  Value a, b;
+  bool leftLeaf = compareOperand<Op>(node->left, x);
+  if (!leftLeaf) {
+    evaluateNode(ctx, a, node->left);
+    x = a.number;
+  }
+  bool rightLeaf = compareOperand<Op>(node->right, y);
+  if (!rightLeaf) {
+    evaluateNode(ctx, b, node->right);
+    y = b.number;
+  }
+  if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
+    result.setBool(numericCompare(Op, x, y));
+    return;
+  }
+  if (leftLeaf) a = Value::num(x);
+  if (rightLeaf) b = Value::num(y);
+  result.setBool(plainCompare(Op, node->line, a, b));
+}
+
+void execSeq(Context &ctx, Value &result, Node *node) {
+  Value a, b;
+  evaluateNode(ctx, a, node->left);
+  evaluateNode(ctx, b, node->right);
+  bool eq = strictEquals(a, b);
+  result.setBool(node->opcode == OP_SEQ ? eq : !eq);
+}
+
+void execChainEq(Context &ctx, Value &result, Node *node) { evalChain(ctx, result, node); }
+
+void execPreinc(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, 1, true); }
+
+void execPostinc(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, 1, false); }
+
+void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, true); }
+
+void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
+
+void execBlock(Context &ctx, Value &result, Node *node) {
+  ScopeGuard scope;
+  pushBlockScope(node);
+  result.setNull();
+  evaluateList(ctx, result, node->left);
+}
+
+void execIf(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Value cond;
+  if (testCondition(ctx, c->a, cond))
+    evaluateNode(ctx, result, c->b);
+  else if (c->c)
+    evaluateNode(ctx, result, c->c);
+  else
+    result.setNull();
+}
+
+void execWhile(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Value cond, body;
+  bool continuing;
+  for (;;) {
+    if (!testCondition(ctx, c->a, cond)) break;
+    if (c->b) evaluateNode(ctx, body, c->b);
+    if (loopShouldExit(ctx, continuing)) break;
+  }
+  result.setNull();
+}
+
+void execDo(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Value cond, body;
+  bool continuing;
+  for (;;) {
+    if (c->b) evaluateNode(ctx, body, c->b);
+    if (loopShouldExit(ctx, continuing)) break;
+    if (!testCondition(ctx, c->a, cond)) break;
+  }
+  result.setNull();
+}
+
+void execFor(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Value tmp, cond, body;
+  bool continuing;
+  if (c->a) evaluateNode(ctx, tmp, c->a);
+  for (;;) {
+    if (c->b && !testCondition(ctx, c->b, cond)) break;
+    if (c->d) evaluateNode(ctx, body, c->d);
+    if (loopShouldExit(ctx, continuing)) break;
+    if (c->c) evaluateNode(ctx, tmp, c->c);
+  }
+  result.setNull();
+}
+
+void execAndand(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  if (!truth(a)) {
+    result.setBool(false);
+    return;
+  }
+  Value b;
+  evaluateNode(ctx, b, node->right);
+  result.setBool(truth(b));
+}
+
+void execOror(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  if (truth(a)) {
+    result.setBool(true);
+    return;
+  }
+  Value b;
+  evaluateNode(ctx, b, node->right);
+  result.setBool(truth(b));
+}
+
+void execNot(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  result.setBool(!truth(a));
+}
+
+void execNeg(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  result = negate(node->line, a);
+}
+
+void execCond(Context &ctx, Value &result, Node *node) {
+  Control *c = node->payload.ctl;
+  Value cond;
+  evaluateNode(ctx, cond, c->a);
+  evaluateNode(ctx, result, truth(cond) ? c->b : c->c);
+}
+
+void execReturn(Context &ctx, Value &result, Node *node) {
+  Value v;
+  if (node->left) evaluateNode(ctx, v, node->left);
+  ctx.setJump(JUMP_RETURN, node->line, 1);
+  ctx.returned = std::move(v);
+  result.setNull();
+}
+
+void execBreak(Context &ctx, Value &result, Node *node) {
+  int level = jumpLevel(ctx, node);
+  ctx.setJump(node->opcode == OP_BREAK ? JUMP_BREAK : JUMP_CONTINUE, node->line, level);
+  result.setNull();
+}
+
+void execNull(Context &, Value &result, Node *) { result.setNull(); }
+
+void execTrue(Context &, Value &result, Node *) { result.setBool(true); }
+
+void execFalse(Context &, Value &result, Node *) { result.setBool(false); }
+
+void execVar(Context &ctx, Value &result, Node *node) {
+  evalVar(ctx, node);
+  result.setNull();
+}
+
+void execStatic(Context &ctx, Value &result, Node *node) {
+  evalStatic(ctx, node);
+  result.setNull();
+}
+
+void execExtern(Context &, Value &result, Node *node) {
+  evalExtern(node);
+  result.setNull();
+}
+
+void execArray(Context &ctx, Value &result, Node *node) {
+  MArray *a = new MArray(countList(node->left));
+  Value holder(a);
+  size_t i = 0;
+  Value v;
+  for (Node *e = node->left; e; e = e->next) {
+    evaluateNode(ctx, v, e);
+    a->items[i++] = v;
+  }
+  result = std::move(holder);
+}
+
+void execStruct(Context &ctx, Value &result, Node *node) {
+  MHash *h = new MHash();
+  Value holder(h);
+  Value v;
+  for (Node *k = node->left; k; k = k->next) {
+    v.setNull();
+    if (k->left) evaluateNode(ctx, v, k->left);
+    const std::string &key =
+        node->opcode == OP_STRUCT ? k->payload.name->text : k->payload.str->bytes;
+    h->set(key, v);
+  }
+  result = std::move(holder);
+}
+
+void execList28(Context &ctx, Value &result, Node *node) {
+  result.setNull();
+  for (Node *e = node->left; e; e = e->next) evaluateNode(ctx, result, e);
+}
+
+void execComma(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  evaluateNode(ctx, result, node->right);
+}
+
+void execSwap(Context &ctx, Value &result, Node *node) { evalSwap(ctx, result, node); }
+
+void execLet(Context &ctx, Value &result, Node *node) { evalLet(ctx, result, node); }
+
+void execFuncref(Context &, Value &result, Node *node) {
+  Name *name = node->left->payload.name;
+  FuncInfo *f = findFunction(name);
+  if (!f) raise_error(node->line, "Function %s() not defined", name->text.c_str());
+  result = Value(new MFuncRef(f));
+}
+
+void execFuncdef(Context &, Value &result, Node *node) {
+  evalFuncDef(node);
+  result.setNull();
+}
+
+void execForeach(Context &ctx, Value &result, Node *node) { evalForeach(ctx, result, node); }
+
+void execTry(Context &ctx, Value &result, Node *node) { evalTry(ctx, result, node); }
+
+void execSwitch(Context &ctx, Value &result, Node *node) { evalSwitch(ctx, result, node); }
+
+void execCase(Context &, Value &, Node *) {}
+
+void execMatch(Context &ctx, Value &result, Node *node) {
+  Value a, b;
+  evaluateNode(ctx, a, node->left);
+  evaluateNode(ctx, b, node->right);
+  bool m = regexMatchOperator(node->line, node->opcode == OP_MATCH ? "=~" : "!~", a, b);
+  result.setBool(node->opcode == OP_MATCH ? m : !m);
+}
+
+void execRegex(Context &, Value &result, Node *node) {
+  result = regexLiteral(node->line, node->payload.regex);
+}
+
+void execBitnot(Context &ctx, Value &result, Node *node) {
+  Value a;
+  evaluateNode(ctx, a, node->left);
+  result = bitNot(node->line, a);
+}
+
+void execBitand(Context &ctx, Value &result, Node *node) {
+  Value a, b;
+  evaluateNode(ctx, a, node->left);
+  evaluateNode(ctx, b, node->right);
+  result = bitOp(node->line, node->opcode, a, b);
+}
+
+void execAddAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_ADD);
+}
+
+void execSubAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_SUB);
+}
+
+void execMulAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_MUL);
+}
+
+void execDivAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_DIV);
+}
+
+void execModAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_MOD);
+}
+
+void execIdivAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_IDIV);
+}
+
+void execPowAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_POW);
+}
+
+void execAndAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_BITAND);
+}
+
+void execOrAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_BITOR);
+}
+
+void execXorAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_BITXOR);
+}
+
+void execShrAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_SHR);
+}
+
+void execShlAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_SHL);
+}
+
+void execUshrAssign(Context &ctx, Value &result, Node *node) {
+  compoundAssign(ctx, result, node, OP_USHR);
+}
+
+// One handler per node kind; evaluate() dispatches through this table.
+void execUnknown(Context &, Value &, Node *node) {
+  raise_error(node->line, "Unknwon opcode %d", node->opcode);
+}
+
+struct HandlerTable {
+  Handler at[kOpcodeLimit];
+  constexpr HandlerTable() : at() {
+    for (auto &h : at) h = execUnknown;
+    at[OP_NAME] = execName;
+    at[OP_NUMBER] = execNumber;
+    at[OP_STRING] = execString;
+    at[OP_CALL] = execCall;
+    at[OP_ASSIGN] = execAssign;
+    at[OP_INDEX] = execIndex;
+    at[OP_MEMBER] = execIndex;
+    at[OP_ADD] = execArith<OP_ADD>;
+    at[OP_SUB] = execArith<OP_SUB>;
+    at[OP_MUL] = execArith<OP_MUL>;
+    at[OP_DIV] = execArith<OP_DIV>;
+    at[OP_MOD] = execArith<OP_MOD>;
+    at[OP_IDIV] = execArith<OP_IDIV>;
+    at[OP_POW] = execArith<OP_POW>;
+    at[OP_EQ] = execCompare<OP_EQ>;
+    at[OP_NE] = execCompare<OP_NE>;
+    at[OP_GT] = execCompare<OP_GT>;
+    at[OP_GE] = execCompare<OP_GE>;
+    at[OP_LT] = execCompare<OP_LT>;
+    at[OP_LE] = execCompare<OP_LE>;
+    at[OP_SEQ] = execSeq;
+    at[OP_SNE] = execSeq;
+    at[OP_CHAIN_EQ] = execChainEq;
+    at[OP_CHAIN_NE] = execChainEq;
+    at[OP_CHAIN_GT] = execChainEq;
+    at[OP_CHAIN_GE] = execChainEq;
+    at[OP_CHAIN_LT] = execChainEq;
+    at[OP_CHAIN_LE] = execChainEq;
+    at[OP_PREINC] = execPreinc;
+    at[OP_POSTINC] = execPostinc;
+    at[OP_PREDEC] = execPredec;
+    at[OP_POSTDEC] = execPostdec;
+    at[OP_BLOCK] = execBlock;
+    at[OP_IF] = execIf;
+    at[OP_WHILE] = execWhile;
+    at[OP_DO] = execDo;
+    at[OP_FOR] = execFor;
+    at[OP_ANDAND] = execAndand;
+    at[OP_OROR] = execOror;
+    at[OP_NOT] = execNot;
+    at[OP_NEG] = execNeg;
+    at[OP_COND] = execCond;
+    at[OP_RETURN] = execReturn;
+    at[OP_BREAK] = execBreak;
+    at[OP_CONTINUE] = execBreak;
+    at[OP_NULL] = execNull;
+    at[OP_TRUE] = execTrue;
+    at[OP_FALSE] = execFalse;
+    at[OP_VAR] = execVar;
+    at[OP_STATIC] = execStatic;
+    at[OP_EXTERN] = execExtern;
+    at[OP_ARRAY] = execArray;
+    at[OP_STRUCT] = execStruct;
+    at[OP_HASH] = execStruct;
+    at[OP_LIST28] = execList28;
+    at[OP_LIST] = execList28;
+    at[OP_LIST84] = execList28;
+    at[OP_COMMA] = execComma;
+    at[OP_SWAP] = execSwap;
+    at[OP_LET] = execLet;
+    at[OP_FUNCREF] = execFuncref;
+    at[OP_FUNCDEF] = execFuncdef;
+    at[OP_FOREACH] = execForeach;
+    at[OP_TRY] = execTry;
+    at[OP_SWITCH] = execSwitch;
+    at[OP_CASE] = execCase;
+    at[OP_DEFAULT] = execCase;
+    at[OP_MATCH] = execMatch;
+    at[OP_NMATCH] = execMatch;
+    at[OP_REGEX] = execRegex;
+    at[OP_BITNOT] = execBitnot;
+    at[OP_BITAND] = execBitand;
+    at[OP_BITOR] = execBitand;
+    at[OP_BITXOR] = execBitand;
+    at[OP_SHR] = execBitand;
+    at[OP_SHL] = execBitand;
+    at[OP_USHR] = execBitand;
+    at[OP_ADD_ASSIGN] = execAddAssign;
+    at[OP_SUB_ASSIGN] = execSubAssign;
+    at[OP_MUL_ASSIGN] = execMulAssign;
+    at[OP_DIV_ASSIGN] = execDivAssign;
+    at[OP_MOD_ASSIGN] = execModAssign;
+    at[OP_IDIV_ASSIGN] = execIdivAssign;
+    at[OP_POW_ASSIGN] = execPowAssign;
+    at[OP_AND_ASSIGN] = execAndAssign;
+    at[OP_OR_ASSIGN] = execOrAssign;
+    at[OP_XOR_ASSIGN] = execXorAssign;
+    at[OP_SHR_ASSIGN] = execShrAssign;
+    at[OP_SHL_ASSIGN] = execShlAssign;
+    at[OP_USHR_ASSIGN] = execUshrAssign;
+  }
+};
+constexpr HandlerTable kHandlers;
+
+inline void evaluateNode(Context &ctx, Value &result, Node *node) {
   // Deep trees (long operator chains) and nested eval recurse here; the C
   // stack gives out long before memory does.
   if (stackNearlyFull()) [[unlikely]]
     recursionTooDeep(node->line);
   maybeCollect();
-  checkInterrupt();  // the one place a signal stops a running script
-  switch (node->opcode) {
-    case OP_NAME:
-      s_get(ctx, result, node);
-      return;
-    case OP_NUMBER:
-      result.setNumber(node->number);
-      return;
-    case OP_STRING:
-      result = makeString(node->payload.str->bytes);
-      return;
-    case OP_CALL:
-      evalCall(ctx, result, node);
-      return;
-    case OP_ASSIGN: {
-      Value v;
-      evaluate(ctx, v, node->right);
-      if (node->left->opcode == OP_NAME) {
-        // The value runs first; only then is the target looked up (or declared).
-        variableForAssignment(node->left)->value = v;
-        result = std::move(v);
-        return;
-      }
-      if (node->left->opcode == OP_ARRAY) {
-        s_set(ctx, node->left, v);
-        result.setNull();
-        return;
-      }
-      s_set(ctx, node->left, v);
-      result = std::move(v);
-      return;
-    }
-    case OP_INDEX:
-    case OP_MEMBER:
-      s_get(ctx, result, node);
-      return;
-    case OP_ADD:
-    case OP_SUB:
-    case OP_MUL:
-    case OP_DIV:
-    case OP_MOD:
-    case OP_IDIV:
-    case OP_POW: {
-      // Leaves are read without a call; a leaf's number is taken before
-      // the right side runs, as evaluating it into a value would.
-      double x, y;
-      Value a, b;
-      bool leftLeaf = numberLeaf(node->left, x);
-      if (!leftLeaf) {
-        evaluate(ctx, a, node->left);
-        x = a.number;
-      }
-      bool rightLeaf = numberLeaf(node->right, y);
-      if (!rightLeaf) {
-        evaluate(ctx, b, node->right);
-        y = b.number;
-      }
-      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
-        result.setNumber(numericOp(node->line, node->opcode, x, y));
-        return;
-      }
-      if (leftLeaf) a = Value::num(x);
-      if (rightLeaf) b = Value::num(y);
-      result = arith(node->line, node->opcode, a, b);
-      return;
-    }
-    case OP_EQ:
-    case OP_NE:
-    case OP_GT:
-    case OP_GE:
-    case OP_LT:
-    case OP_LE: {
-      double x, y;
-      Value a, b;
-      bool leftLeaf = numberLeaf(node->left, x);
-      if (!leftLeaf) {
-        evaluate(ctx, a, node->left);
-        x = a.number;
-      }
-      bool rightLeaf = numberLeaf(node->right, y);
-      if (!rightLeaf) {
-        evaluate(ctx, b, node->right);
-        y = b.number;
-      }
-      if ((leftLeaf || a.isNumeric()) && (rightLeaf || b.isNumeric())) {
-        result.setBool(numericCompare(node->opcode, x, y));
-        return;
-      }
-      if (leftLeaf) a = Value::num(x);
-      if (rightLeaf) b = Value::num(y);
-      result.setBool(plainCompare(node->opcode, node->line, a, b));
-      return;
-    }
-    case OP_SEQ:
-    case OP_SNE: {
-      Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
-      bool eq = strictEquals(a, b);
-      result.setBool(node->opcode == OP_SEQ ? eq : !eq);
-      return;
-    }
-    case OP_CHAIN_EQ:
-    case OP_CHAIN_NE:
-    case OP_CHAIN_GT:
-    case OP_CHAIN_GE:
-    case OP_CHAIN_LT:
-    case OP_CHAIN_LE:
-      evalChain(ctx, result, node);
-      return;
-    case OP_PREINC:
-      incDec(ctx, result, node, 1, true);
-      return;
-    case OP_POSTINC:
-      incDec(ctx, result, node, 1, false);
-      return;
-    case OP_PREDEC:
-      incDec(ctx, result, node, -1, true);
-      return;
-    case OP_POSTDEC:
-      incDec(ctx, result, node, -1, false);
-      return;
-    case OP_BLOCK: {
-      ScopeGuard scope;
-      pushScope(SCOPE_BLOCK);
-      result.setNull();
-      evaluateList(ctx, result, node->left);
-      return;
-    }
-    case OP_IF: {
-      Control *c = node->payload.ctl;
-      Value cond;
-      if (testCondition(ctx, c->a, cond))
-        evaluate(ctx, result, c->b);
-      else if (c->c)
-        evaluate(ctx, result, c->c);
-      else
-        result.setNull();
-      return;
-    }
-    case OP_WHILE: {
-      Control *c = node->payload.ctl;
-      Value cond, body;
-      bool continuing;
-      for (;;) {
-        if (!testCondition(ctx, c->a, cond)) break;
-        if (c->b) evaluate(ctx, body, c->b);
-        if (loopShouldExit(ctx, continuing)) break;
-      }
-      result.setNull();
-      return;
-    }
-    case OP_DO: {
-      Control *c = node->payload.ctl;
-      Value cond, body;
-      bool continuing;
-      for (;;) {
-        if (c->b) evaluate(ctx, body, c->b);
-        if (loopShouldExit(ctx, continuing)) break;
-        if (!testCondition(ctx, c->a, cond)) break;
-      }
-      result.setNull();
-      return;
-    }
-    case OP_FOR: {
-      Control *c = node->payload.ctl;
-      Value tmp, cond, body;
-      bool continuing;
-      if (c->a) evaluate(ctx, tmp, c->a);
-      for (;;) {
-        if (c->b && !testCondition(ctx, c->b, cond)) break;
-        if (c->d) evaluate(ctx, body, c->d);
-        if (loopShouldExit(ctx, continuing)) break;
-        if (c->c) evaluate(ctx, tmp, c->c);
-      }
-      result.setNull();
-      return;
-    }
-    case OP_ANDAND: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      if (!truth(a)) {
-        result.setBool(false);
-        return;
-      }
-      Value b;
-      evaluate(ctx, b, node->right);
-      result.setBool(truth(b));
-      return;
-    }
-    case OP_OROR: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      if (truth(a)) {
-        result.setBool(true);
-        return;
-      }
-      Value b;
-      evaluate(ctx, b, node->right);
-      result.setBool(truth(b));
-      return;
-    }
-    case OP_NOT: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      result.setBool(!truth(a));
-      return;
-    }
-    case OP_NEG: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      result = negate(node->line, a);
-      return;
-    }
-    case OP_COND: {
-      Control *c = node->payload.ctl;
-      Value cond;
-      evaluate(ctx, cond, c->a);
-      evaluate(ctx, result, truth(cond) ? c->b : c->c);
-      return;
-    }
-    case OP_RETURN: {
-      Value v;
-      if (node->left) evaluate(ctx, v, node->left);
-      ctx.setJump(JUMP_RETURN, node->line, 1);
-      ctx.returned = std::move(v);
-      result.setNull();
-      return;
-    }
-    case OP_BREAK:
-    case OP_CONTINUE: {
-      int level = jumpLevel(ctx, node);
-      ctx.setJump(node->opcode == OP_BREAK ? JUMP_BREAK : JUMP_CONTINUE, node->line, level);
-      result.setNull();
-      return;
-    }
-    case OP_NULL:
-      result.setNull();
-      return;
-    case OP_TRUE:
-      result.setBool(true);
-      return;
-    case OP_FALSE:
-      result.setBool(false);
-      return;
-    case OP_VAR:
-      evalVar(ctx, node);
-      result.setNull();
-      return;
-    case OP_STATIC:
-      evalStatic(ctx, node);
-      result.setNull();
-      return;
-    case OP_EXTERN:
-      evalExtern(node);
-      result.setNull();
-      return;
-    case OP_ARRAY: {
-      MArray *a = new MArray(countList(node->left));
-      Value holder(a);
-      size_t i = 0;
-      Value v;
-      for (Node *e = node->left; e; e = e->next) {
-        evaluate(ctx, v, e);
-        a->items[i++] = v;
-      }
-      result = std::move(holder);
-      return;
-    }
-    case OP_STRUCT:
-    case OP_HASH: {
-      MHash *h = new MHash();
-      Value holder(h);
-      Value v;
-      for (Node *k = node->left; k; k = k->next) {
-        v.setNull();
-        if (k->left) evaluate(ctx, v, k->left);
-        const std::string &key =
-            node->opcode == OP_STRUCT ? k->payload.name->text : k->payload.str->bytes;
-        h->set(key, v);
-      }
-      result = std::move(holder);
-      return;
-    }
-    case OP_LIST28:
-    case OP_LIST:
-    case OP_LIST84:
-      result.setNull();
-      for (Node *e = node->left; e; e = e->next) evaluate(ctx, result, e);
-      return;
-    case OP_COMMA: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, result, node->right);
-      return;
-    }
-    case OP_SWAP:
-      evalSwap(ctx, result, node);
-      return;
-    case OP_LET:
-      evalLet(ctx, result, node);
-      return;
-    case OP_FUNCREF: {
-      Name *name = node->left->payload.name;
-      FuncInfo *f = findFunction(name);
-      if (!f) raise_error(node->line, "Function %s() not defined", name->text.c_str());
-      result = Value(new MFuncRef(f));
-      return;
-    }
-    case OP_FUNCDEF:
-      evalFuncDef(node);
-      result.setNull();
-      return;
-    case OP_FOREACH:
-      evalForeach(ctx, result, node);
-      return;
-    case OP_TRY:
-      evalTry(ctx, result, node);
-      return;
-    case OP_SWITCH:
-      evalSwitch(ctx, result, node);
-      return;
-    case OP_CASE:
-    case OP_DEFAULT:
-      return;
-    case OP_MATCH:
-    case OP_NMATCH: {
-      Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
-      bool m = regexMatchOperator(node->line, node->opcode == OP_MATCH ? "=~" : "!~", a, b);
-      result.setBool(node->opcode == OP_MATCH ? m : !m);
-      return;
-    }
-    case OP_REGEX:
-      result = regexLiteral(node->line, node->payload.regex);
-      return;
-    case OP_BITNOT: {
-      Value a;
-      evaluate(ctx, a, node->left);
-      result = bitNot(node->line, a);
-      return;
-    }
-    case OP_BITAND:
-    case OP_BITOR:
-    case OP_BITXOR:
-    case OP_SHR:
-    case OP_SHL:
-    case OP_USHR: {
-      Value a, b;
-      evaluate(ctx, a, node->left);
-      evaluate(ctx, b, node->right);
-      result = bitOp(node->line, node->opcode, a, b);
-      return;
-    }
-    case OP_ADD_ASSIGN:
-      compoundAssign(ctx, result, node, OP_ADD);
-      return;
-    case OP_SUB_ASSIGN:
-      compoundAssign(ctx, result, node, OP_SUB);
-      return;
-    case OP_MUL_ASSIGN:
-      compoundAssign(ctx, result, node, OP_MUL);
-      return;
-    case OP_DIV_ASSIGN:
-      compoundAssign(ctx, result, node, OP_DIV);
-      return;
-    case OP_MOD_ASSIGN:
-      compoundAssign(ctx, result, node, OP_MOD);
-      return;
-    case OP_IDIV_ASSIGN:
-      compoundAssign(ctx, result, node, OP_IDIV);
-      return;
-    case OP_POW_ASSIGN:
-      compoundAssign(ctx, result, node, OP_POW);
-      return;
-    case OP_AND_ASSIGN:
-      compoundAssign(ctx, result, node, OP_BITAND);
-      return;
-    case OP_OR_ASSIGN:
-      compoundAssign(ctx, result, node, OP_BITOR);
-      return;
-    case OP_XOR_ASSIGN:
-      compoundAssign(ctx, result, node, OP_BITXOR);
-      return;
-    case OP_SHR_ASSIGN:
-      compoundAssign(ctx, result, node, OP_SHR);
-      return;
-    case OP_SHL_ASSIGN:
-      compoundAssign(ctx, result, node, OP_SHL);
-      return;
-    case OP_USHR_ASSIGN:
-      compoundAssign(ctx, result, node, OP_USHR);
-      return;
-  }
-  raise_error(node->line, "Unknwon opcode %d", node->opcode);
+  uint32_t op = static_cast<uint32_t>(node->opcode);
+  (op < kOpcodeLimit ? kHandlers.at[op] : execUnknown)(ctx, result, node);
 }
+
+}  // namespace
+
+void evaluate(Context &ctx, Value &result, Node *node) { evaluateNode(ctx, result, node); }
 
 void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
   if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  checkInterrupt();
   if (stepBudgetOn) takeStep(line);
   if (fd->handler) {
     result.setNull();
@@ -960,14 +1071,29 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
     return;
   }
   FunctionDef *def = fd->def;
-  CallFrame frame(fd);
+  const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
+  CallFrame running(fd);
+  Frame frame;
+  FrameGuard slots(frame, &layout, &fd->statics);
   ScopeGuard scopes;
-  SymMan *scope = pushScope(SCOPE_FUNCTION);
-  scope->statics = fd->statics;
-  for (size_t i = 0; i < def->params.size(); i++)
-    declare(scope, def->params[i])->value = i < args.size() ? args[i] : Value();
+  pushFunctionScope();
+  // A repeated parameter name is one variable, holding the first argument.
+  for (size_t i = 0; i < layout.paramSlots.size(); i++) {
+    Symbol &p = frame.slots[layout.paramSlots[i]];
+    if (p.live) continue;
+    p.live = true;
+    if (i < args.size()) p.value = args[i];
+  }
+  // The body block, opened here rather than through its node: the same two
+  // scopes a call has always had, one dispatch fewer.
+  pushBlockScope(def->body);
   Value body;
-  evaluate(ctx, body, def->body);
+  evaluateList(ctx, body, def->body->left);
+  if (ctx.jump == JUMP_RETURN) {
+    result = std::move(ctx.returned);
+    ctx.jump = JUMP_NONE;
+    return;
+  }
   result.setNull();
   settleJump(ctx, result);
 }
@@ -1002,9 +1128,9 @@ void MFuncRef::pushChildren(MarkStack &stack) const { pushFunctionStatics(info, 
 namespace {
 
 void markRoots(MarkStack &stack) {
-  for (SymMan *scope : scopeStack())
-    for (Symbol *s : scope->symbols)
-      if (s->value.object) stack.push_back(s->value.object);
+  forEachVisibleSymbol([&](Symbol *s) {
+    if (s->value.object) stack.push_back(s->value.object);
+  });
   forEachFunction([&](FuncInfo *f) { pushFunctionStatics(f, stack); });
   for (auto &entry : current->nestedFunctions) pushFunctionStatics(entry.second, stack);
 }

@@ -38,8 +38,6 @@ struct EvaluatorState {
   // Functions defined inside braces get one table entry per definition node,
   // so their static variables persist like those of top-level functions.
   std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
-  // The script functions being run, innermost last (their static tables).
-  std::vector<func_data *> runningFunctions;
   bool finalCleanupDone = false;
   EvaluatorState();
   ~EvaluatorState();

@@ -7,18 +7,9 @@
 
 namespace marl {
 
-ScopeGuard::ScopeGuard() : depth_(scopeDepth()) {}
-ScopeGuard::~ScopeGuard() noexcept(false) { popScopesTo(depth_); }
+CallFrame::CallFrame(func_data *fd) : fd_(fd) { retainVariant(fd); }
 
-CallFrame::CallFrame(func_data *fd) : fd_(fd) {
-  retainVariant(fd);
-  evaluatorState().runningFunctions.push_back(fd);
-}
-
-CallFrame::~CallFrame() noexcept(false) {
-  evaluatorState().runningFunctions.pop_back();
-  releaseVariant(fd_);
-}
+CallFrame::~CallFrame() noexcept(false) { releaseVariant(fd_); }
 
 void settleJump(Context &ctx, Value &result) {
   if (ctx.jump == JUMP_NONE) return;

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "eval/context.hpp"
+#include "frontend/symbols.hpp"
 
 namespace marl {
 
@@ -12,9 +13,9 @@ struct func_data;
 // Pops every scope pushed after its construction.
 class ScopeGuard {
  public:
-  ScopeGuard();
+  ScopeGuard() : depth_(scopeDepth()) {}
   // Releasing a scope's values can raise an internal error; let it through.
-  ~ScopeGuard() noexcept(false);
+  ~ScopeGuard() noexcept(false) { popScopesTo(depth_); }
   ScopeGuard(const ScopeGuard &) = delete;
   ScopeGuard &operator=(const ScopeGuard &) = delete;
 
@@ -22,9 +23,23 @@ class ScopeGuard {
   size_t depth_;
 };
 
-// A running script function: holds its variant (redefining the function in
-// its own body must not free what runs) and marks it running, which is where
-// `static` finds its table.
+// Gives a frame its slots and makes it the running frame until destroyed;
+// constructed before the ScopeGuard of the frame's scopes, so that the
+// scopes release their variables first.
+class FrameGuard {
+ public:
+  FrameGuard(Frame &frame, const FrameLayout *layout, SymMan **statics)
+      : mark_(enterFrame(frame, layout, statics)) {}
+  ~FrameGuard() { leaveFrame(mark_); }
+  FrameGuard(const FrameGuard &) = delete;
+  FrameGuard &operator=(const FrameGuard &) = delete;
+
+ private:
+  FrameMark mark_;
+};
+
+// A running script function: holds its variant, since redefining the
+// function in its own body must not free what runs.
 class CallFrame {
  public:
   explicit CallFrame(func_data *fd);

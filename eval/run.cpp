@@ -2,7 +2,9 @@
 #include "eval/run.hpp"
 
 #include <cstdio>
+#include <memory>
 #include <new>
+#include <optional>
 
 #include "eval/evaluator.hpp"
 #include "eval/frames.hpp"
@@ -24,6 +26,16 @@ void printError(const char *text) {
 
 Value runParsed(const ParseResult &parsed) {
   if (!parsed.ok) return Value();
+  // Statements that start at the global scope (a script, a console line)
+  // run in a frame of their own; text that eval runs deeper is not resolved
+  // and finds its names by walking its caller's scopes.
+  std::unique_ptr<FrameLayout> layout;
+  Frame frame;
+  std::optional<FrameGuard> slots;
+  if (scopeDepth() == 1) {
+    layout.reset(resolveTopLevel(parsed.statements));
+    slots.emplace(frame, layout.get(), nullptr);
+  }
   Value result;
   ScopeGuard scopes;
   Context ctx;

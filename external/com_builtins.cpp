@@ -1,4 +1,6 @@
 // comobj(), comget() and dotnet(): automation objects.
+#include "external/com_builtins.hpp"
+
 #include "builtins/registry.hpp"
 #include "runtime/error.hpp"
 #include "external/dotnet_bridge.hpp"

@@ -1,5 +1,7 @@
 // dllfunc(): functions of native libraries, found with dlopen/dlsym and
 // called through libffi with the platform's C calling convention.
+#include "external/native_function.hpp"
+
 #include <dlfcn.h>
 #include <ffi.h>
 

@@ -17,9 +17,6 @@ struct Name {
   Name *var = nullptr;
   Symbol *global = nullptr;  // the global scope's symbol, if declared there
   FuncInfo *func = nullptr;  // the function table's entry, if any
-  // Raised whenever a variable of this name is declared, linked by extern or
-  // freed, so that cached lookups of the name know they are stale.
-  uint64_t bindings = 0;
 };
 
 Name *intern(std::string_view text);

@@ -1,12 +1,12 @@
-// Parse-tree nodes, kept in one arena and freed together, and the file-name list.
+// Parse-tree nodes, kept in the parse tree's chunks and freed together, and
+// the file-name list.
 #include "frontend/node.hpp"
 
-#include <deque>
+#include <cstdio>
+#include <cstdlib>
 #include <new>
-#include <string_view>
-#include <unordered_map>
-#include <vector>
 
+#include "frontend/parse_tree.hpp"
 #include "frontend/scanner.hpp"
 #include "runtime/regexp.hpp"
 
@@ -14,19 +14,9 @@ namespace marl {
 
 namespace {
 
-// Nodes are never freed one by one, so they come from fixed chunks: one
-// allocation per thousand nodes, and pointers stay valid until freeAllNodes.
 constexpr size_t kChunkNodes = 1024;
 
-struct NodeArena {
-  std::vector<Node *> chunks;
-  size_t used = kChunkNodes;  // nodes taken from the last chunk
-};
-
-NodeArena &arena() {
-  static NodeArena a;
-  return a;
-}
+ParseTree *current = nullptr;
 
 void freePayload(Node &n) {
   switch (n.opcode) {
@@ -55,21 +45,26 @@ void freePayload(Node &n) {
   }
 }
 
-struct FileNames {
-  std::deque<std::string> names;  // a deque never moves its strings
-  std::unordered_map<std::string_view, int> index;
-};
-
-FileNames &fileNames() {
-  static FileNames f;
-  return f;
-}
-
 }  // namespace
 
+ParseTree::ParseTree() {
+  if (current) {
+    std::fputs("Internal error in ParseTree: a second tree\n", stderr);
+    std::abort();
+  }
+  current = this;
+}
+
+ParseTree::~ParseTree() {
+  freeAllNodes();
+  current = nullptr;
+}
+
+ParseTree &parseTree() { return *current; }
+
 Node *newNode(int opcode) {
-  NodeArena &a = arena();
-  if (a.used == kChunkNodes) {
+  ParseTree &a = *current;
+  if (a.chunks.empty() || a.used == kChunkNodes) {
     a.chunks.push_back(static_cast<Node *>(::operator new(sizeof(Node) * kChunkNodes)));
     a.used = 0;
   }
@@ -81,29 +76,29 @@ Node *newNode(int opcode) {
 }
 
 void freeAllNodes() {
-  NodeArena &a = arena();
+  ParseTree &a = *current;
   for (size_t c = 0; c < a.chunks.size(); c++) {
     size_t count = c + 1 == a.chunks.size() ? a.used : kChunkNodes;
     for (size_t i = 0; i < count; i++) freePayload(a.chunks[c][i]);
     ::operator delete(a.chunks[c]);
   }
   a.chunks.clear();
-  a.used = kChunkNodes;
+  a.used = 0;
 }
 
 int enterFileName(const std::string &name) {
-  FileNames &f = fileNames();
-  auto it = f.index.find(name);
-  if (it != f.index.end()) return it->second;
-  int index = static_cast<int>(f.names.size());
-  f.index.emplace(f.names.emplace_back(name), index);
+  ParseTree &t = *current;
+  auto it = t.fileIndex.find(name);
+  if (it != t.fileIndex.end()) return it->second;
+  int index = static_cast<int>(t.fileNames.size());
+  t.fileIndex.emplace(t.fileNames.emplace_back(name), index);
   return index;
 }
 
 const char *fileNameAt(int index) {
-  FileNames &f = fileNames();
-  if (index < 0 || static_cast<size_t>(index) >= f.names.size()) return nullptr;
-  return f.names[index].c_str();
+  const ParseTree &t = *current;
+  if (index < 0 || static_cast<size_t>(index) >= t.fileNames.size()) return nullptr;
+  return t.fileNames[index].c_str();
 }
 
 }  // namespace marl

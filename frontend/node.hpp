@@ -125,12 +125,18 @@ struct RegexLit {
 struct Control {
   Node *a = nullptr, *b = nullptr, *c = nullptr, *d = nullptr;
 };
+struct FrameLayout;
 struct FunctionDef {
   Name *name = nullptr;
   std::vector<Name *> params;
   Node *body = nullptr;  // a block node
   int line = 0;
   int file = -1;
+  FrameLayout *layout = nullptr;  // made by the resolver at the first call
+  FunctionDef() = default;
+  FunctionDef(const FunctionDef &) = delete;
+  FunctionDef &operator=(const FunctionDef &) = delete;
+  ~FunctionDef();
 };
 
 struct token_tag__ {
@@ -153,11 +159,18 @@ struct token_tag__ {
   // function table's generation.
   func_data *cachedFunc = nullptr;
   uint32_t cacheGen = 0;
-  // Name nodes cache what the scope walk found (null: not declared); valid
-  // while neither the scope epoch nor the name's bindings have changed.
-  uint64_t symbolEpoch = 0;
-  Symbol *cachedSymbol = nullptr;
-  uint64_t cachedBindings = 0;  // the name's `bindings` when cached
+  // Set by the resolver (frontend/resolve.hpp) for code that runs in a
+  // frame. A name node with `resolved` set may only be held by the first
+  // `candidates` slots of `candidate` (innermost block first), else it is a
+  // global; where a name node declares (or implicitly declares) a variable,
+  // `slot` is its slot, -1 meaning the global scope or a run-time decision.
+  // Block and switch nodes: `slot` is the block's index in the layout, -1
+  // for code the resolver never saw (text run by eval inside a function),
+  // and `resolved` says that the block has slots to release.
+  int32_t slot = -1;
+  int32_t candidate[3] = {0, 0, 0};
+  uint8_t candidates = 0;
+  bool resolved = false;
 };
 
 // Shapes the grammar builds where the opcode alone does not say:
@@ -169,8 +182,8 @@ struct token_tag__ {
 // A function definition's record always hangs on an OP_FUNCDEF node, also when
 // the definition went to the function table, so freeAllNodes frees it.
 
-// Creates a node at the scanner's current line and file, entered in the
-// process-wide node list.
+// Creates a node at the scanner's current line and file, in the parse tree
+// of the interpreter state (frontend/parse_tree.hpp).
 Node *newNode(int opcode);
 // Frees every node (and its payload) at once.
 void freeAllNodes();

@@ -4,15 +4,10 @@
 #include <cstdio>
 
 #include "frontend/node.hpp"
+#include "frontend/parse_tree.hpp"
 #include "frontend/scanner.hpp"
 
 namespace marl {
-
-namespace {
-
-int parseErrors = 0;
-
-}  // namespace
 
 void report_parse_error(const char *message) {
   const char *file = fileNameAt(currentFileIndex());
@@ -22,10 +17,9 @@ void report_parse_error(const char *message) {
     std::fprintf(stderr, "error [%s:%d]: %s\n", file, line, message);
   else
     std::fprintf(stderr, "error [%d]: %s\n", line, message);
-  parseErrors++;
+  parseTree().syntaxErrors++;
 }
 
-int parse_error_count() { return parseErrors; }
-void reset_parse_error_count() { parseErrors = 0; }
+int parse_error_count() { return parseTree().syntaxErrors; }
 
 }  // namespace marl

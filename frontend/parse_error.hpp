@@ -6,7 +6,7 @@ namespace marl {
 // Prints "error [FILE:LINE]: MESSAGE" or "error [LINE]: MESSAGE" for the
 // scanner's current position and counts the error; does not throw.
 void report_parse_error(const char *message);
+// Syntax errors reported since the interpreter state was made.
 int parse_error_count();
-void reset_parse_error_count();
 
 }  // namespace marl

@@ -1,32 +1,82 @@
-// The scope stack and variable lookup.
+// The scope stack, frames' slots and variable lookup.
 #include "frontend/symbols.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 namespace marl {
 
-uint64_t scopeEpochCounter = 1;
+ScopeStack *activeScopes = nullptr;
 
 namespace {
 
-ScopeStack *current = nullptr;
-inline ScopeStack &cur() { return *current; }
-
-Symbol *newSymbol(Name *name, bool refersToGlobal) {
-  Symbol *s;
-  if (!cur().freeSymbols.empty()) {
-    s = cur().freeSymbols.back();
-    cur().freeSymbols.pop_back();
-    s->name = name;
-    s->refersToGlobal = refersToGlobal;
-  } else {
-    s = new Symbol{name, refersToGlobal, Value()};
-  }
-  return s;
-}
+inline ScopeStack &cur() { return *activeScopes; }
 
 inline Name *varName(Name *n) { return n->var ? n->var : n; }
+
+constexpr size_t kChunkSymbols = 1024;
+
+SymMan *newTable(int kind) {
+  SymMan *t;
+  if (!cur().freeTables.empty()) {
+    t = cur().freeTables.back();
+    cur().freeTables.pop_back();
+  } else {
+    t = new SymMan();
+  }
+  t->kind = kind;
+  return t;
+}
+
+void dropTable(SymMan *t) {
+  t->clear();
+  if (t->kind != SCOPE_GLOBAL && cur().freeTables.size() < 64)
+    cur().freeTables.push_back(t);
+  else
+    delete t;
+}
+
+// Slots for a frame, from the top of the chunk stack.
+}  // namespace
+
+Symbol *takeSlotsSlow(size_t n) {
+  ScopeStack &st = cur();
+  if (st.chunks.empty()) {
+    st.chunks.push_back(
+        {std::make_unique<Symbol[]>(std::max(kChunkSymbols, n)), std::max(kChunkSymbols, n)});
+    st.chunk = 0;
+    st.used = 0;
+  }
+  if (st.used + n > st.chunks[st.chunk].size) {
+    // Chunks above the one in use hold no frame, so one too small is replaced.
+    size_t next = st.used == 0 ? st.chunk : st.chunk + 1;
+    size_t size = std::max(kChunkSymbols, n);
+    if (next == st.chunks.size())
+      st.chunks.push_back({std::make_unique<Symbol[]>(size), size});
+    else if (st.chunks[next].size < n)
+      st.chunks[next] = {std::make_unique<Symbol[]>(size), size};
+    st.chunk = next;
+    st.used = 0;
+  }
+  Symbol *p = st.chunks[st.chunk].symbols.get() + st.used;
+  st.used += n;
+  return p;
+}
+
+namespace {
+
+void releaseSlots(const Scope &s) {
+  const FrameLayout::Block &b = s.frame->layout->blocks[s.block];
+  Symbol *slots = s.frame->slots;
+  for (uint32_t i = b.first; i < b.first + b.count; i++) {
+    Symbol &sym = slots[i];
+    if (!sym.live) continue;
+    sym.live = false;
+    sym.refersToGlobal = false;
+    sym.value.setNull();
+  }
+}
 
 }  // namespace
 
@@ -34,102 +84,118 @@ void SymMan::clear() {
   for (Symbol *s : symbols) {
     if (kind == SCOPE_GLOBAL && s->name->global == s) s->name->global = nullptr;
     s->value.setNull();
-    s->name->bindings++;
-    // Once the stack is empty or gone (teardown), nothing is pooled any more.
-    if (current && !current->scopes.empty() && current->freeSymbols.size() < 4096)
-      current->freeSymbols.push_back(s);
-    else
-      delete s;
   }
+  for (Symbol *s : symbols) delete s;
   symbols.clear();
 }
 
 ScopeStack::ScopeStack() {
-  if (current) {
+  if (activeScopes) {
     std::fputs("Internal error in ScopeStack: a second stack\n", stderr);
     std::abort();
   }
-  current = this;
+  activeScopes = this;
 }
 
 ScopeStack::~ScopeStack() {
   popScopesTo(0);
-  current = nullptr;
+  for (SymMan *t : freeTables) delete t;
+  activeScopes = nullptr;
 }
 
 void pushGlobalScope() {
-  SymMan *g = new SymMan();
-  g->kind = SCOPE_GLOBAL;
-  cur().scopes.push_back(g);
-  scopesChanged();
+  Scope g;
+  g.kind = SCOPE_GLOBAL;
+  g.frame = &cur().base;
+  g.extra = newTable(SCOPE_GLOBAL);
+  cur().scopes.push(g);
 }
 
-SymMan *pushScope(int kind) {
-  SymMan *s;
-  if (!cur().freeScopes.empty()) {
-    s = cur().freeScopes.back();
-    cur().freeScopes.pop_back();
-  } else {
-    s = new SymMan();
-  }
-  s->kind = kind;
-  s->statics = nullptr;
-  cur().scopes.push_back(s);
-  if (kind != SCOPE_BLOCK) scopesChanged();
-  return s;
+void ScopeList::grow() {
+  size_t n = size();
+  size_t capacity = n < 16 ? 32 : n * 2;
+  Scope *bigger = new Scope[capacity];
+  for (size_t i = 0; i < n; i++) bigger[i] = base_[i];
+  delete[] base_;
+  base_ = bigger;
+  top_ = bigger + n;
+  cap_ = bigger + capacity;
 }
 
-void popScopesTo(size_t depth) {
-  while (cur().scopes.size() > depth) {
-    SymMan *s = cur().scopes.back();
-    cur().scopes.pop_back();
-    if (s->kind != SCOPE_BLOCK) scopesChanged();
-    s->clear();
-    if (s->kind == SCOPE_GLOBAL) {
-      delete s;
-    } else if (cur().freeScopes.size() < 1024) {
-      cur().freeScopes.push_back(s);
-    } else {
-      delete s;
-    }
-  }
-  if (cur().scopes.empty()) {
-    for (SymMan *s : cur().freeScopes) delete s;
-    cur().freeScopes.clear();
-    for (Symbol *s : cur().freeSymbols) delete s;
-    cur().freeSymbols.clear();
+void popScope() {
+  // Off the stack first: releasing a value can run a finalizer, which opens
+  // scopes of its own.
+  Scope s = cur().scopes.back();
+  cur().scopes.pop();
+  if (s.slots) releaseSlots(s);
+  if (s.extra) {
+    if (s.kind != SCOPE_GLOBAL) s.frame->dynamic -= static_cast<uint32_t>(s.extra->symbols.size());
+    dropTable(s.extra);
   }
 }
 
-size_t scopeDepth() { return cur().scopes.size(); }
-SymMan *innermostScope() { return cur().scopes.back(); }
-SymMan *globalScope() { return cur().scopes.front(); }
-const std::vector<SymMan *> &scopeStack() { return cur().scopes; }
+SymMan *globalScope() { return cur().scopes.empty() ? nullptr : cur().scopes.front().extra; }
 
 Symbol *declare(SymMan *scope, Name *name, bool refersToGlobal) {
   name = varName(name);
-  name->bindings++;
-  Symbol *s = newSymbol(name, refersToGlobal);
+  Symbol *s = new Symbol{name, refersToGlobal, true, Value()};
   scope->symbols.push_back(s);
   if (scope->kind == SCOPE_GLOBAL && !name->global) name->global = s;
   return s;
 }
 
+Symbol *declareInnermost(Name *name, bool refersToGlobal, bool &existed) {
+  name = varName(name);
+  Scope &s = cur().scopes.back();
+  if (s.kind == SCOPE_GLOBAL) {
+    existed = name->global != nullptr;
+    return existed ? name->global : declare(s.extra, name, refersToGlobal);
+  }
+  if (s.block >= 0) {
+    int32_t slot = s.frame->layout->slotIn(static_cast<uint32_t>(s.block), name);
+    if (slot >= 0) {
+      Symbol *sym = &s.frame->slots[slot];
+      existed = sym->live;
+      if (!existed) {
+        sym->live = true;
+        sym->refersToGlobal = refersToGlobal;
+      }
+      return sym;
+    }
+  }
+  if (!s.extra) s.extra = newTable(s.kind);
+  if (Symbol *sym = s.extra->findHere(name)) {
+    existed = true;
+    return sym;
+  }
+  existed = false;
+  s.frame->dynamic++;
+  return declare(s.extra, name, refersToGlobal);
+}
+
 Symbol *findGlobal(Name *name) { return varName(name)->global; }
+
+Symbol *externTarget(Name *name) {
+  name = varName(name);
+  if (name->global) return name->global;
+  return declare(cur().scopes.front().extra, name, true);
+}
 
 Symbol *lookupVariable(Name *name) {
   name = varName(name);
-  for (size_t i = cur().scopes.size(); i-- > 1;) {
-    SymMan *scope = cur().scopes[i];
-    Symbol *s = scope->findHere(name);
-    if (!s && scope->statics) s = scope->statics->findHere(name);
-    if (s) {
-      if (!s->refersToGlobal) return s;
-      Symbol *g = name->global;
-      if (!g) g = declare(cur().scopes.front(), name, true);
-      return g;
+  const ScopeList &scopes = cur().scopes;
+  for (size_t i = scopes.size(); i-- > 1;) {
+    const Scope &s = scopes[i];
+    Symbol *sym = nullptr;
+    if (s.block >= 0) {
+      int32_t slot = s.frame->layout->slotIn(static_cast<uint32_t>(s.block), name);
+      if (slot >= 0 && s.frame->slots[slot].live) sym = &s.frame->slots[slot];
     }
-    if (scope->kind == SCOPE_FUNCTION) break;
+    if (!sym && s.extra) sym = s.extra->findHere(name);
+    if (!sym && s.kind == SCOPE_FUNCTION && s.frame->statics && *s.frame->statics)
+      sym = (*s.frame->statics)->findHere(name);
+    if (sym) return sym->refersToGlobal ? externTarget(name) : sym;
+    if (s.kind == SCOPE_FUNCTION) break;
   }
   return name->global;
 }

@@ -1,6 +1,8 @@
 // The graphics built-ins: the picture, coordinates, colours, drawing, text
 // and the window's updates. Handlers draw into the session's bitmap under its
 // lock; the window follows on its own thread.
+#include "graphics/drawing_builtins.hpp"
+
 #include <cmath>
 #include <cstring>
 #include <mutex>

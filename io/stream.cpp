@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
 
 namespace marl {
 
@@ -79,17 +78,6 @@ Stream::~Stream() {
     close();
   else if (fd_ >= 0)
     flush();
-}
-
-Stream &Stream::standard(int fd) {
-  static Stream streams[3];
-  static const bool attached = [] {
-    for (int i = 0; i < 3; i++) streams[i].attach(i);
-    return true;
-  }();
-  (void)attached;
-  if (fd < 0 || fd > 2) throw std::out_of_range("Stream::standard: not a process stream");
-  return streams[fd];
 }
 
 bool Stream::open(const std::string &path, std::string_view mode) {

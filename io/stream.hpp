@@ -19,8 +19,9 @@ class Stream {
   Stream(const Stream &) = delete;
   Stream &operator=(const Stream &) = delete;
 
-  // The shared streams of descriptors 0, 1 and 2: binary mode, never closed.
-  // Terminals and standard error are written through at every write call.
+  // The streams of descriptors 0, 1 and 2 in the interpreter state
+  // (io/standard_streams.hpp): binary mode, never closed. Terminals and
+  // standard error are written through at every write call.
   static Stream &standard(int fd);
 
   // `mode` as for C's fopen: r, w or a, then any of +, b, t (each at most

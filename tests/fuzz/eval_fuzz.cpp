@@ -11,7 +11,6 @@
 #include "runtime/memory_limit.hpp"
 #include "driver/interpreter.hpp"
 #include "eval/run.hpp"
-#include "frontend/parse_error.hpp"
 #include "io/process.hpp"
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
@@ -68,6 +67,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   run_script_string(std::string_view(reinterpret_cast<const char *>(data), size));
   fuzz::setMemoryBudget(0);
   setStepBudget(0);
-  reset_parse_error_count();
   return 0;
 }

@@ -29,8 +29,21 @@ echo "installed prefix: ok"
 
 (cd "$build" && cpack -G DEB -B "$scratch/pkg" >/dev/null)
 deb=$(ls "$scratch"/pkg/*.deb)
-# Every library the program loads is a declared dependency.
-for lib in libonig libedit libffi libgtk-3; do dpkg-deb -f "$deb" Depends | grep -q "$lib"; done
+# Every library libmarl.so links is a declared dependency (the package that holds it here);
+# the toolkits opened on demand are only recommended.
+depends=$(dpkg-deb -f "$deb" Depends)
+recommends=$(dpkg-deb -f "$deb" Recommends)
+for soname in $(readelf -d "$build/bin/libmarl.so" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p'); do
+  path=$(ldconfig -p | awk -v so="$soname" '$1 == so && /x86-64/ { print $NF; exit }')
+  pkg=$(dpkg -S "$(readlink -f "$path")" 2>/dev/null | head -1 | cut -d: -f1)
+  [ -n "$pkg" ] || pkg=$(dpkg -S "$path" | head -1 | cut -d: -f1)
+  [ -n "$pkg" ] || { echo "no installed package holds $soname"; exit 1; }
+  echo "$depends" | grep -qw -- "$pkg" || { echo "$soname ($pkg) is not in Depends: $depends"; exit 1; }
+done
+for lib in gtk mono; do
+  if echo "$depends" | grep -qi "$lib"; then echo "Depends holds $lib: $depends"; exit 1; fi
+done
+echo "$recommends" | grep -q libgtk-3-0 || { echo "libgtk-3-0 is not recommended: $recommends"; exit 1; }
 dpkg-deb -x "$deb" "$scratch/root"
 run_tour "$scratch/root/usr"
 echo "package $(basename "$deb"): ok"

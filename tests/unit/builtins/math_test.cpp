@@ -11,6 +11,7 @@
 #include "builtins/rounding.hpp"
 #include "runtime/marray.hpp"
 #include "tests/unit/builtins/call_builtin.hpp"
+#include "tests/unit/support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -261,6 +262,15 @@ TEST(MathBuiltins, RandomIsTheStandardMersenneTwister) {
   num("srand", {N(5489)});
   for (int i = 0; i < 9999; i++) num("random", {});
   EXPECT_EQ(num("random", {}), 4123659995.0 / 4294967296.0);
+}
+
+// The generator belongs to the interpreter state: a new one is unseeded.
+TEST(MathBuiltins, EachStateStartsFromTheDefaultSeed) {
+  num("srand", {N(7)});
+  num("random", {});
+  test::freshInterpreter();
+  EXPECT_EQ(num("random", {}), 3499211612.0 / 4294967296.0);
+  test::freshInterpreter();
 }
 
 TEST(MathBuiltins, SeedsRepeatSequences) {

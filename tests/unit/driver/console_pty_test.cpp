@@ -96,6 +96,21 @@ class PtySession {
     }
     return true;
   }
+  // Waits for the next prompt and for the editor to own the terminal.
+  bool prompt(const std::string &text = ">") {
+    readUntil(text);
+    return waitForLineEditor();
+  }
+  // getch() reads keys one by one with the signal keys still on.
+  bool waitForKeyRead(int ms = 30000) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    termios t;
+    while (tcgetattr(fd_, &t) == 0 && ((t.c_lflag & ICANON) || !(t.c_lflag & ISIG))) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      usleep(10000);
+    }
+    return true;
+  }
   // After a line is entered the editor hands the terminal back (signal keys
   // on again); Ctrl-C typed before that is read as a plain byte.
   bool waitForCommandToRun(int ms = 30000) {
@@ -119,8 +134,7 @@ class PtySession {
 TEST(ConsolePty, EditedLineRunsAsCorrected) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
-  ASSERT_TRUE(s.waitForLineEditor());
+  ASSERT_TRUE(s.prompt());
   // Type print(1+4), move the cursor left past the ")", rub out the 4, type 3.
   s.send("print(1+4)");
   s.send("\x1b[D");
@@ -134,12 +148,12 @@ TEST(ConsolePty, EditedLineRunsAsCorrected) {
 TEST(ConsolePty, CtrlCAtThePromptDropsTheLine) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
+  ASSERT_TRUE(s.prompt());
   s.send("print(\"dropped\")");
   s.readUntil("dropped\")");
   s.mark();
   s.send("\x03");
-  s.readUntil("\n>");
+  ASSERT_TRUE(s.prompt("\n>"));
   s.send("print(\"kept\")\r");
   std::string out = s.readUntil("kept\r\n");
   EXPECT_NE(s.sinceMark().find("kept\r\n"), std::string::npos) << out;
@@ -151,9 +165,10 @@ TEST(ConsolePty, CtrlCAtThePromptDropsTheLine) {
 TEST(ConsolePty, CtrlCStopsACommandAndKeepsVariables) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
+  ASSERT_TRUE(s.prompt());
   s.send("n = 41\r");
   s.readUntil("\n41\r\n");
+  ASSERT_TRUE(s.prompt());
   s.send("while (1) n = n;\r");
   // The loop runs once its line has been echoed back.
   s.readUntil("n = n;\r\n");
@@ -161,6 +176,7 @@ TEST(ConsolePty, CtrlCStopsACommandAndKeepsVariables) {
   s.send("\x03");
   std::string out = s.readUntil("error: Interrupted");
   ASSERT_NE(out.find("error: Interrupted"), std::string::npos) << out;
+  ASSERT_TRUE(s.prompt());
   s.send("print(n + 1)\r");
   out = s.readUntil("42");
   EXPECT_NE(out.find("42"), std::string::npos) << out;
@@ -168,14 +184,61 @@ TEST(ConsolePty, CtrlCStopsACommandAndKeepsVariables) {
   EXPECT_EQ(s.waitFor(), 0);
 }
 
+// A SIGINT that comes after Enter, while the editor is still handing the
+// terminal back, belongs to the command: it stops it and keeps the next line.
+TEST(ConsolePty, InterruptJustAfterEnterStopsTheCommand) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  ASSERT_TRUE(s.prompt());
+  s.send("while (1) ;\r");
+  // The editor echoes the line feed once it has taken Enter.
+  s.readUntil("1) ;\r\n");
+  kill(s.pid(), SIGINT);
+  std::string out = s.readUntil("error: Interrupted");
+  ASSERT_NE(out.find("error: Interrupted"), std::string::npos) << out;
+  ASSERT_TRUE(s.prompt());
+  s.send("print(\"next\")\r");
+  out = s.readUntil("next\r\n");
+  EXPECT_NE(out.find("next\r\n"), std::string::npos) << out;
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
+// A command waiting for input is stopped too, also when the read is its
+// last step (nothing after it would look at the signal).
+TEST(ConsolePty, CtrlCStopsAWaitForInput) {
+  PtySession s;
+  ASSERT_TRUE(s.ok());
+  ASSERT_TRUE(s.prompt());
+  s.send("k = getch();\r");
+  s.readUntil("getch();\r\n");
+  ASSERT_TRUE(s.waitForKeyRead());
+  s.mark();
+  s.send("\x03");
+  s.readUntil("error: Interrupted");
+  EXPECT_NE(s.sinceMark().find("error: Interrupted"), std::string::npos) << s.sinceMark();
+  ASSERT_TRUE(s.prompt());
+  s.send("line = gets();\r");
+  s.readUntil("gets();\r\n");
+  ASSERT_TRUE(s.waitForCommandToRun());
+  s.mark();
+  s.send("\x03");
+  s.readUntil("error: Interrupted");
+  EXPECT_NE(s.sinceMark().find("error: Interrupted"), std::string::npos) << s.sinceMark();
+  ASSERT_TRUE(s.prompt());
+  s.send(".quit\r");
+  EXPECT_EQ(s.waitFor(), 0);
+}
+
 TEST(ConsolePty, TabCompletesBuiltinsFunctionsAndVariables) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
+  ASSERT_TRUE(s.prompt());
   s.send("function twice(x) { return 2 * x; }\r");
-  s.readUntil("\n>");
+  ASSERT_TRUE(s.prompt("\n>"));
   s.send("myCounter = 7\r");
   s.readUntil("\n7\r\n");
+  ASSERT_TRUE(s.prompt());
   // sprin<TAB> -> sprintf, twi<TAB> -> twice, myCo<TAB> -> myCounter
   // The editor redraws only the completed tail of the word.
   s.send("s = sprin\t");
@@ -195,7 +258,7 @@ TEST(ConsolePty, TabCompletesBuiltinsFunctionsAndVariables) {
 TEST(ConsolePty, HelpExplainsEachCommand) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
+  ASSERT_TRUE(s.prompt());
   s.send(".help\r");
   std::string out = s.readUntil("Ctrl-C");
   for (const char *command : {".cls", ".quit", ".load", ".help"})
@@ -207,7 +270,7 @@ TEST(ConsolePty, HelpExplainsEachCommand) {
 TEST(ConsolePty, HistoryIsSavedWhenTheSessionIsKilled) {
   PtySession s;
   ASSERT_TRUE(s.ok());
-  s.readUntil(">");
+  ASSERT_TRUE(s.prompt());
   s.send("remembered = 1\r");
   s.readUntil("\n1\r\n");
   s.readUntil(">");

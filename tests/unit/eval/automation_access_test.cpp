@@ -18,6 +18,7 @@
 #include "runtime/external_object.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mstring.hpp"
+#include "tests/unit/support/fresh_interpreter.hpp"
 
 namespace marl {
 namespace {
@@ -74,16 +75,12 @@ class AutomationAccess : public ::testing::Test {
   FakeObject *object = nullptr;
 
   void SetUp() override {
-    pushGlobalScope();
+    test::freshInterpreter();
     object = new FakeObject();
     declare(globalScope(), intern("o"))->value = Value(object);
     declare(globalScope(), intern("add"))->value = Value(new FakeNative());
   }
-  void TearDown() override {
-    popScopesTo(0);
-    clearFunctions();
-    freeAllNodes();
-  }
+  void TearDown() override { test::freshInterpreter(); }
 
   // The value of the last statement, as text, or the error message.
   std::string run(std::string_view text) {

@@ -26,7 +26,7 @@ class Unwinding : public ::testing::Test {
   }
   static void expectUnwound() {
     EXPECT_EQ(scopeDepth(), 1u);
-    EXPECT_TRUE(evaluatorState().runningFunctions.empty());
+    EXPECT_EQ(runningFrame(), &activeScopes->base);
   }
   static inline std::string errors;
 };

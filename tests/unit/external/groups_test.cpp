@@ -2,6 +2,8 @@
 // refusal on this platform.
 #include <gtest/gtest.h>
 
+#include "external/com_builtins.hpp"
+#include "external/native_function.hpp"
 #include "tests/unit/builtins/call_builtin.hpp"
 
 namespace marl {

@@ -50,9 +50,10 @@ class Scopes : public ::testing::Test {
 TEST_F(Scopes, FunctionBoundaryHidesCallerLocals) {
   Name *x = intern("sc_x");
   declare(globalScope(), x)->value = Value::num(1);
-  pushScope(SCOPE_FUNCTION);
-  declare(innermostScope(), x)->value = Value::num(2);
-  pushScope(SCOPE_FUNCTION);
+  bool existed;
+  pushFunctionScope();
+  declareInnermost(x, false, existed)->value = Value::num(2);
+  pushFunctionScope();
   Symbol *s = lookupVariable(x);
   ASSERT_NE(s, nullptr);
   EXPECT_EQ(s->value.number, 1);  // the global, not the caller's local
@@ -62,8 +63,9 @@ TEST_F(Scopes, FunctionBoundaryHidesCallerLocals) {
 
 TEST_F(Scopes, ExternLinkCreatesTheGlobal) {
   Name *y = intern("sc_y");
-  pushScope(SCOPE_FUNCTION);
-  declare(innermostScope(), y, true);
+  bool existed;
+  pushFunctionScope();
+  declareInnermost(y, true, existed);
   Symbol *s = lookupVariable(y);
   ASSERT_NE(s, nullptr);
   EXPECT_EQ(s, findGlobal(y));

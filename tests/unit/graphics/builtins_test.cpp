@@ -13,6 +13,7 @@
 #include "graphics/session.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/object.hpp"
+#include "graphics/drawing_builtins.hpp"
 #include "tests/unit/builtins/call_builtin.hpp"
 
 namespace marl {
