@@ -132,11 +132,8 @@ void BM_SplitAndCount(benchmark::State &state) {
     Value countsHolder(counts);
     for (const HeldValue &w : asArray(words)->items) {
       const std::string &key = static_cast<MString *>(w.object)->text;
-      auto it = counts->entries.find(key);
-      if (it == counts->entries.end())
-        counts->set(key, Value::num(1));
-      else
-        it->second = Value::num(it->second.number + 1);
+      const HeldValue *seen = counts->find(key);
+      counts->set(key, Value::num(seen ? seen->number + 1 : 1));
     }
     distinct = counts->size();
   }

@@ -2,6 +2,7 @@
 #include "builtins/registry.hpp"
 #include "runtime/error.hpp"
 #include "io/pack.hpp"
+#include "io/template_cache.hpp"
 #include "runtime/conversions.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mhash.hpp"
@@ -11,22 +12,24 @@ namespace marl {
 
 namespace {
 
-// Parses the template once for the whole call; a bad one names the built-in.
-void parseOrRaise(int line, const std::string &text, PackTemplate &t, const char *who) {
-  if (!parseTemplate(text, t)) raise_error(line, "Bad template in %s()", who);
+// The parsed template, reused across calls; a bad one names the built-in.
+// The result is valid until the next template is looked up.
+const PackTemplate &parsedOrRaise(int line, const std::string &text, const char *who) {
+  thread_local TemplateCache cache;
+  const PackTemplate *t = cache.lookup(text);
+  if (!t) raise_error(line, "Bad template in %s()", who);
+  return *t;
 }
 
 void bi_pksize(Context &, int line, const Args &a, Value &r) {
-  PackTemplate t;
-  parseOrRaise(line, argString(line, a[0]), t, "pksize");
+  const PackTemplate &t = parsedOrRaise(line, argString(line, a[0]), "pksize");
   r.setNumber(static_cast<double>(t.size));
 }
 
 void bi_unpack(Context &, int line, const Args &a, Value &r) {
   const std::string &text = argString(line, a[0]);
   const std::string &data = argString(line, a[1]);
-  PackTemplate t;
-  parseOrRaise(line, text, t, "unpack");
+  const PackTemplate &t = parsedOrRaise(line, text, "unpack");
   if (!unpackFitsMemory(t)) raise_error(line, "Not enough memory in unpack()");
   r = unpackRecord(t, data);
 }
@@ -35,8 +38,7 @@ void bi_pack(Context &, int line, const Args &a, Value &r) {
   const std::string &text = argString(line, a[0]);
   MHash *values = asHash(a[1]);
   if (!values) raise_error(line, "Bad argument in pack()");
-  PackTemplate t;
-  parseOrRaise(line, text, t, "pack");
+  const PackTemplate &t = parsedOrRaise(line, text, "pack");
   if (!packFitsMemory(t)) raise_error(line, "Not enough memory in pack()");
   r = makeString(packRecord(t, *values));
 }

@@ -100,6 +100,8 @@ bool writeElementFast(Node *node, const Value &value) {
 
 }  // namespace
 
+void undeclaredName(Node *nameNode) { notDeclared(nameNode->line, nameNode->payload.name); }
+
 bool elementNumber(Node *n, double &out) {
   const Value *container = containerInPlace(n);
   if (!container) return false;

@@ -26,6 +26,8 @@ struct Place {
 void readMember(const Value &container, const std::string &name, int line, Value &result);
 
 void s_get(Context &ctx, Value &result, Node *node);
+// Raises "Symbol %s not declared" for a name node.
+[[noreturn, gnu::cold]] void undeclaredName(Node *nameNode);
 // Stores `value` into the place the node denotes; `result` receives the stored value.
 void s_set(Context &ctx, Node *node, const Value &value);
 

@@ -565,7 +565,12 @@ void evaluateList(Context &ctx, Value &result, Node *first) {
 
 namespace {
 
-void execName(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
+void execName(Context &, Value &result, Node *node) {
+  Symbol *s = variableAt(node);
+  if (!s) [[unlikely]]
+    undeclaredName(node);
+  result = s->value;
+}
 
 void execNumber(Context &, Value &result, Node *node) { result.setNumber(node->number); }
 
@@ -728,23 +733,14 @@ void execFor(Context &ctx, Value &result, Node *node) {
   result.setNull();
 }
 
-void execAndand(Context &ctx, Value &result, Node *node) {
+// `&&` (Stop false) and `||` (Stop true): the right operand runs only when
+// the left one does not decide.
+template <bool Stop>
+void execLogical(Context &ctx, Value &result, Node *node) {
   Value a;
   evaluateNode(ctx, a, node->left);
-  if (!truth(a)) {
-    result.setBool(false);
-    return;
-  }
-  Value b;
-  evaluateNode(ctx, b, node->right);
-  result.setBool(truth(b));
-}
-
-void execOror(Context &ctx, Value &result, Node *node) {
-  Value a;
-  evaluateNode(ctx, a, node->left);
-  if (truth(a)) {
-    result.setBool(true);
+  if (truth(a) == Stop) {
+    result.setBool(Stop);
     return;
   }
   Value b;
@@ -990,8 +986,8 @@ struct HandlerTable {
     at[OP_WHILE] = execWhile;
     at[OP_DO] = execDo;
     at[OP_FOR] = execFor;
-    at[OP_ANDAND] = execAndand;
-    at[OP_OROR] = execOror;
+    at[OP_ANDAND] = execLogical<false>;
+    at[OP_OROR] = execLogical<true>;
     at[OP_NOT] = execNot;
     at[OP_NEG] = execNeg;
     at[OP_COND] = execCond;

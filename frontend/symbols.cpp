@@ -64,21 +64,7 @@ Symbol *takeSlotsSlow(size_t n) {
   return p;
 }
 
-namespace {
-
-void releaseSlots(const Scope &s) {
-  const FrameLayout::Block &b = s.frame->layout->blocks[s.block];
-  Symbol *slots = s.frame->slots;
-  for (uint32_t i = b.first; i < b.first + b.count; i++) {
-    Symbol &sym = slots[i];
-    if (!sym.live) continue;
-    sym.live = false;
-    sym.refersToGlobal = false;
-    sym.value.setNull();
-  }
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void SymMan::clear() {
   for (Symbol *s : symbols) {

@@ -138,15 +138,33 @@ inline void pushFunctionScope() {
 }
 // Closes the innermost scope, releasing its variables.
 void popScope();
+// Ends the variables of a block's slots.
+inline void releaseSlots(const Scope &s) {
+  const FrameLayout::Block &b = s.frame->layout->blocks[s.block];
+  Symbol *slots = s.frame->slots;
+  for (uint32_t i = b.first; i < b.first + b.count; i++) {
+    Symbol &sym = slots[i];
+    if (!sym.live) continue;
+    sym.live = false;
+    sym.refersToGlobal = false;
+    sym.value.setNull();
+  }
+}
 inline void popScopesTo(size_t depth) {
   ScopeList &list = activeScopes->scopes;
   while (list.size() > depth) {
     const Scope &s = list.back();
-    // Most scopes hold nothing to release.
-    if (!s.extra && !s.slots)
-      list.pop();
-    else
+    if (s.extra) {
       popScope();
+    } else if (!s.slots) {
+      list.pop();  // most scopes hold nothing to release
+    } else {
+      // Off the stack first: releasing a value can run a finalizer, which
+      // opens scopes of its own.
+      Scope closing = s;
+      list.pop();
+      releaseSlots(closing);
+    }
   }
 }
 inline size_t scopeDepth() { return activeScopes->scopes.size(); }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 
 #include "runtime/conversions.hpp"
@@ -34,11 +35,47 @@ int64_t truncateToInt64(double v) {
   return static_cast<int64_t>(v);
 }
 
+// On a little-endian machine the bytes are copied as they are; one copy of
+// a known size beats a loop over them.
 void storeLittle(uint64_t bits, size_t n, char *p) {
+  if constexpr (std::endian::native == std::endian::little) {
+    switch (n) {
+      case 1:
+        *p = static_cast<char>(bits);
+        return;
+      case 2:
+        std::memcpy(p, &bits, 2);
+        return;
+      case 4:
+        std::memcpy(p, &bits, 4);
+        return;
+      case 8:
+        std::memcpy(p, &bits, 8);
+        return;
+    }
+  }
   for (size_t i = 0; i < n; i++) p[i] = static_cast<char>(bits >> (8 * i));
 }
 
 uint64_t loadLittle(const char *p, size_t n) {
+  if constexpr (std::endian::native == std::endian::little) {
+    uint64_t b8 = 0;
+    uint32_t b4 = 0;
+    uint16_t b2 = 0;
+    switch (n) {
+      case 1:
+        return static_cast<unsigned char>(*p);
+      case 2:
+        std::memcpy(&b2, p, 2);
+        return b2;
+      case 4:
+        std::memcpy(&b4, p, 4);
+        return b4;
+      case 8:
+        std::memcpy(&b8, p, 8);
+        return b8;
+    }
+  }
   const auto *u = reinterpret_cast<const unsigned char *>(p);
   uint64_t bits = 0;
   for (size_t i = 0; i < n; i++) bits |= static_cast<uint64_t>(u[i]) << (8 * i);
@@ -227,6 +264,7 @@ bool typeInRange(int code, double v) {
 bool parseTemplate(std::string_view text, PackTemplate &out) {
   out.fields.clear();
   out.size = 0;
+  out.named = 0;
   TemplateLexer lex(text);
   do {
     std::string_view first = lex.next();
@@ -245,6 +283,7 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
     f.code = typeCode(type);
     if (f.code == 0) return false;
     out.fields.push_back(f);
+    if (!f.name.empty()) out.named++;
     out.size += typeSize(f.code) * (f.count ? f.count : 1);
   } while (!lex.onlySpaceLeft());
   return true;
@@ -262,6 +301,7 @@ bool packFitsMemory(const PackTemplate &t) { return !beyondMemory(t.size, 1); }
 Value unpackRecord(const PackTemplate &t, std::string_view data) {
   MHash *h = new MHash();
   Value result(h);
+  h->entries.reserve(t.named);
   const char *p = data.data();
   size_t left = data.size();
   // Once one value does not fit, every later value is null too, even a

@@ -38,6 +38,7 @@ struct PackField {
 struct PackTemplate {
   std::vector<PackField> fields;
   uint64_t size = 0;  // bytes of one record: what pksize() returns
+  size_t named = 0;   // fields with a name: the entries of unpack()'s hash
 };
 
 // Parses `text` into `out` (reusing its storage); false when the template is bad.

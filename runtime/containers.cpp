@@ -24,48 +24,14 @@ void MArray::pushChildren(MarkStack &stack) const {
     if (h.object && !h.object->marked) stack.push_back(h.object);
 }
 
-void MHash::set(std::string_view key, const Value &v) {
-  auto found = index_.find(key);
-  if (found != index_.end()) {
-    found->second->second = v;
-    return;
-  }
-  auto it = entries.emplace(std::string(key), HeldValue(v)).first;
-  index_.emplace(std::string_view(it->first), it);
-}
-
-bool MHash::take(std::string_view key, Value &out) {
-  auto found = index_.find(key);
-  if (found == index_.end()) return false;
-  Map::iterator it = found->second;
-  out = it->second.get();
-  index_.erase(found);
-  entries.erase(it);
-  return true;
-}
-
-bool MHash::erase(std::string_view key) {
-  auto found = index_.find(key);
-  if (found == index_.end()) return false;
-  Map::iterator it = found->second;
-  index_.erase(found);
-  entries.erase(it);
-  return true;
-}
-
-void MHash::clear() {
-  index_.clear();
-  entries.clear();
-}
-
 MRef *MHash::clone() const {
   MHash *h = new MHash();
-  for (const auto &e : entries) h->set(e.first, e.second.get());
+  h->entries = entries;
   return h;
 }
 
 void MHash::pushChildren(MarkStack &stack) const {
-  for (const auto &e : entries)
+  for (const auto &e : entries.unordered())
     if (e.second.object && !e.second.object->marked) stack.push_back(e.second.object);
 }
 

@@ -29,6 +29,10 @@ class MRef : public RegistryLink {
 
   explicit MRef(ObjType t = ObjType::Other);
   virtual ~MRef();
+  // Scripts create and drop small objects at a high rate: they come from
+  // free lists by size (object_pool.cpp) instead of the general allocator.
+  static void *operator new(size_t size);
+  static void operator delete(void *p, size_t size);
   MRef(const MRef &) = delete;
   MRef &operator=(const MRef &) = delete;
 

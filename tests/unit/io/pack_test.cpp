@@ -232,6 +232,23 @@ TEST(Pack, RoundTripThroughUnpack) {
   EXPECT_EQ(field(out, "s"), "-5");
 }
 
+// Templates are kept parsed between calls: the same text, alternated with
+// others, must keep giving the same records.
+TEST(Pack, RepeatedAndAlternatingTemplates) {
+  const char *a = "n=uint16 m=byte";
+  const char *b = "m=byte n=uint16";
+  Value values = hash({{"n", Value::num(0x0102)}, {"m", Value::num(3)}});
+  for (int i = 0; i < 3; i++) {
+    EXPECT_EQ(bytes(call("pack", {makeString(a), values})), "\x02\x01\x03");
+    EXPECT_EQ(bytes(call("pack", {makeString(b), values})), "\x03\x02\x01");
+    EXPECT_EQ(field(unpack(a, "\x02\x01\x03"), "n"), "258");
+    EXPECT_EQ(field(unpack(b, "\x02\x01\x03"), "n"), "769");
+    EXPECT_EQ(pksize(a), call("pksize", {makeString(a)}).number);
+    EXPECT_EQ(errorOf("unpack", {makeString("n=uint64"), makeString("")}),
+              "error [7]: Bad template in unpack()");
+  }
+}
+
 // The rest of bsplit and bjoin is covered by tests/scripts/binary/bsplit.mr.
 TEST(BsplitBjoin, WholeValuesAndSharedRanges) {
   Value a = call("bsplit", {makeString("\x01\x00\xFF\xFF\x07"s), makeString("int16")});

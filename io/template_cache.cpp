@@ -1,0 +1,26 @@
+// The parsed-template cache: a few slots, the least recently used replaced.
+#include "io/template_cache.hpp"
+
+namespace marl {
+
+const PackTemplate *TemplateCache::lookup(std::string_view text) {
+  ++clock_;
+  if (!scratch_.text.empty()) scratch_ = Slot();  // don't hold on to a long text
+  Slot *victim = &slots_[0];
+  for (Slot &s : slots_) {
+    if (s.lastUse != 0 && s.text == text) {
+      s.lastUse = clock_;
+      return &s.parsed;
+    }
+    if (s.lastUse < victim->lastUse) victim = &s;
+  }
+  Slot &slot = text.size() <= kMaxText ? *victim : scratch_;
+  // Bad templates are not kept: the call fails anyway.
+  slot.text.assign(text);
+  slot.lastUse = 0;
+  if (!parseTemplate(slot.text, slot.parsed)) return nullptr;
+  if (&slot != &scratch_) slot.lastUse = clock_;
+  return &slot.parsed;
+}
+
+}  // namespace marl
