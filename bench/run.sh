@@ -14,6 +14,8 @@
 #   --marl PATH    the interpreter to measure (default build/bin/marl)
 #   --data DIR     where generated input texts are kept (default build/bench-data)
 #
+# python3 is /usr/bin/python3 when there is one (MARL_BENCH_PYTHON names another).
+#
 # The full run checks that all four languages print byte-identical output, times each with
 # hyperfine, records peak memory with /usr/bin/time, counts MARL's machine instructions with
 # callgrind at a smaller profile size, and prints a Markdown table (also written to
@@ -42,6 +44,11 @@ table=(
 )
 
 mode=full runs=5 warmup=1 metric=wall callgrind=1 timing=1
+# The system's python3, not a version manager's shim in front of it: a shim
+# runs a shell script first, which costs about 0.2 s a run.
+python=python3
+[ -x /usr/bin/python3 ] && python=/usr/bin/python3
+python=${MARL_BENCH_PYTHON:-$python}
 marl=$root/build/bin/marl
 data=$root/build/bench-data
 only=()
@@ -98,7 +105,7 @@ command_for() {
   case $lang in
     marl) echo "$(printf %q "$marl") $(printf %q "$file.mr") $tail" ;;
     lua5.4) echo "lua5.4 $(printf %q "$file.lua") $tail" ;;
-    python3) echo "python3 $(printf %q "$file.py") $tail" ;;
+    python3) echo "$(printf %q "$python") $(printf %q "$file.py") $tail" ;;
     perl) echo "perl $(printf %q "$file.pl") $tail" ;;
   esac
 }
