@@ -122,6 +122,17 @@ bool elementNumber(Node *n, double &out) {
 
 namespace {
 
+// `current op (the node's right side)` into `result`: numbers inline, the
+// rest by the general operator.
+void combineWithRight(Context &ctx, Node *node, int op, const Value &current, Value &result) {
+  Value rhs;
+  evaluate(ctx, rhs, node->right);
+  if (rhs.isNumeric())
+    result.setNumber(numericOp(node->line, op, current.number, rhs.number));
+  else
+    result = arith(node->line, op, current, rhs);
+}
+
 // h[k] op= v with a leaf key whose entry holds a number.
 bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &container,
                    Value &result) {
@@ -139,12 +150,7 @@ bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &cont
   // The right side may reassign the variables that hold the hash and the key.
   Value keep(container);
   std::string key(*leaf);
-  Value rhs;
-  evaluate(ctx, rhs, node->right);
-  if (rhs.isNumeric())
-    result.setNumber(numericOp(node->line, op, current.number, rhs.number));
-  else
-    result = arith(node->line, op, current, rhs);
+  combineWithRight(ctx, node, op, current, result);
   h->set(key, result);
   return true;
 }
@@ -170,12 +176,7 @@ bool updateElementFast(Context &ctx, Node *node, int op, Value &result) {
     result.setNumber(numericOp(node->line, op, current.number, y));
   } else {
     Value keep(*container);  // the right side may drop the variable's array
-    Value rhs;
-    evaluate(ctx, rhs, node->right);
-    if (rhs.isNumeric())
-      result.setNumber(numericOp(node->line, op, current.number, rhs.number));
-    else
-      result = arith(node->line, op, current, rhs);
+    combineWithRight(ctx, node, op, current, result);
   }
   if (!a->set(i, result)) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
   return true;
