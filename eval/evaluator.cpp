@@ -89,8 +89,10 @@ size_t countList(Node *n) {
 // end (break here, or a jump that belongs to an outer construct).
 inline bool loopShouldExit(Context &ctx, bool &continuing) {
   // Every run that does not end goes round a loop or through calls: those
-  // are where a signal stops a script.
+  // are where a signal stops a script and where the collector runs (code
+  // without either makes a bounded amount of garbage).
   checkInterrupt();
+  maybeCollect();
   if (stepBudgetOn) takeStep(0);
   continuing = false;
   if (ctx.jump == JUMP_NONE) return false;
@@ -191,12 +193,8 @@ SymMan *functionStatics(int) {
   return *statics;
 }
 
-void evalCall(Context &ctx, Value &result, Node *node) {
-  size_t argc = countList(node->left);
-  ArgBuffer buf(argc);
-  Value *argv = buf.data();
-  size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
+// Calls what a call node's callee names, with its arguments evaluated.
+void callEvaluated(Context &ctx, Value &result, Node *node, const Args &args) {
   Node *callee = node->right;
   if (callee->opcode == OP_NAME) {
     func_data *fd = nullptr;
@@ -204,25 +202,25 @@ void evalCall(Context &ctx, Value &result, Node *node) {
       fd = node->cachedFunc;
     } else {
       FuncInfo *f = findFunction(callee->payload.name);
-      fd = f ? f->find(static_cast<int>(argc)) : nullptr;
+      fd = f ? f->find(static_cast<int>(args.size())) : nullptr;
       node->cachedFunc = fd;
       node->cacheGen = functionGeneration();
     }
     if (fd) {
-      call_function(ctx, result, node->line, fd, buf.args());
+      call_function(ctx, result, node->line, fd, args);
       return;
     }
     Symbol *s = lookupVariable(callee->payload.name);
     if (s && s->value.is(ObjType::FuncRef)) {
       Value fn = s->value;
-      call_value(ctx, result, node->line, fn, buf.args(), nullptr);
+      call_value(ctx, result, node->line, fn, args, nullptr);
       return;
     }
-    if (s && callNativeValue(s->value, node->line, buf.args(), result)) return;
+    if (s && callNativeValue(s->value, node->line, args, result)) return;
     const std::string &name = callee->payload.name->text;
     if (findFunction(callee->payload.name))
       raise_error(node->line, "Function %s() [arg count:%d] not defined", name.c_str(),
-                  static_cast<int>(argc));
+                  static_cast<int>(args.size()));
     raise_error(node->line, "Function %s() not defined", name.c_str());
   }
   if (callee->opcode == OP_MEMBER) {
@@ -231,15 +229,106 @@ void evalCall(Context &ctx, Value &result, Node *node) {
     Value obj, member;
     evaluateNode(ctx, obj, callee->left);
     const std::string &name = callee->right->payload.name->text;
-    if (invokeAutomationMember(obj, name, node->line, buf.args(), result)) return;
+    if (invokeAutomationMember(obj, name, node->line, args, result)) return;
     readMember(obj, name, node->line, member);
     if (member.is(ObjType::FuncRef)) {
-      call_value(ctx, result, node->line, member, buf.args(), nullptr);
+      call_value(ctx, result, node->line, member, args, nullptr);
       return;
     }
-    if (callNativeValue(member, node->line, buf.args(), result)) return;
+    if (callNativeValue(member, node->line, args, result)) return;
   }
   raise_error(node->line, "Bad type operation in operator .");
+}
+
+// The checks every call makes once its arguments are evaluated.
+inline void enterCall(int line) {
+  if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
+  checkInterrupt();
+  maybeCollect();
+  if (stepBudgetOn) takeStep(line);
+}
+
+// Runs the body of a script function whose frame runs, with its parameter
+// scope open and set; the body block is opened here rather than through its
+// node: the same scopes a call has always had, one dispatch fewer.
+void runBody(Context &ctx, Value &result, FunctionDef *def) {
+  Value body;
+  evaluateList(ctx, body, def->body->left);
+  if (ctx.jump == JUMP_RETURN) {
+    result = std::move(ctx.returned);
+    ctx.jump = JUMP_NONE;
+    return;
+  }
+  result.setNull();
+  settleJump(ctx, result);
+}
+
+// The slots of a call's frame, taken before its arguments are evaluated and
+// given back on every exit; parameters that never became variables (an
+// argument raised an error) are emptied here.
+class ReservedFrame {
+ public:
+  ReservedFrame(Frame &frame, const FrameLayout &layout, SymMan **statics)
+      : frame_(frame), layout_(layout), mark_(reserveFrame(frame, &layout, statics)) {}
+  ~ReservedFrame() {
+    for (int32_t slot : layout_.paramSlots) {
+      Symbol &p = frame_.slots[slot];
+      p.live = false;
+      p.value.setNull();
+    }
+    leaveFrame(mark_);
+  }
+  ReservedFrame(const ReservedFrame &) = delete;
+  ReservedFrame &operator=(const ReservedFrame &) = delete;
+
+ private:
+  Frame &frame_;
+  const FrameLayout &layout_;
+  FrameMark mark_;
+};
+
+// A call of a script function with one parameter per argument: each argument
+// is evaluated straight into its parameter's slot. False, with nothing
+// evaluated, when the call does not have that shape.
+bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
+  FunctionDef *def = fd->def;
+  const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
+  size_t argc = countList(node->left);
+  if (!layout.distinctParams || argc != layout.paramSlots.size()) return false;
+  // Held from here: an argument may redefine the function, and the layout
+  // belongs to the variant.
+  CallFrame running(fd);
+  Frame frame;
+  ReservedFrame slots(frame, layout, &fd->statics);
+  const int32_t *param = layout.paramSlots.data();
+  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, frame.slots[*param++].value, a);
+  if (node->cacheGen != functionGeneration()) {
+    // An argument redefined functions: call what the name means now.
+    ArgBuffer buf(argc);
+    for (size_t i = 0; i < argc; i++) buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
+    callEvaluated(ctx, result, node, buf.args());
+    return true;
+  }
+  enterCall(node->line);
+  activateFrame(frame);
+  ScopeGuard scopes;
+  pushCallScopes(def->body);
+  for (size_t i = 0; i < argc; i++) frame.slots[layout.paramSlots[i]].live = true;
+  runBody(ctx, result, def);
+  return true;
+}
+
+void evalCall(Context &ctx, Value &result, Node *node) {
+  if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
+    func_data *fd = node->cachedFunc;
+    if (fd && fd->def && callInPlace(ctx, result, node, fd)) return;
+  }
+  size_t argc = countList(node->left);
+  ArgBuffer buf(argc);
+  Value *argv = buf.data();
+  size_t i = 0;
+  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
+  callEvaluated(ctx, result, node, buf.args());
 }
 
 void evalFuncDef(Node *node) {
@@ -1048,7 +1137,6 @@ inline void evaluateNode(Context &ctx, Value &result, Node *node) {
   // stack gives out long before memory does.
   if (stackNearlyFull()) [[unlikely]]
     recursionTooDeep(node->line);
-  maybeCollect();
   uint32_t op = static_cast<uint32_t>(node->opcode);
   (op < kOpcodeLimit ? kHandlers.at[op] : execUnknown)(ctx, result, node);
 }
@@ -1058,9 +1146,7 @@ inline void evaluateNode(Context &ctx, Value &result, Node *node) {
 void evaluate(Context &ctx, Value &result, Node *node) { evaluateNode(ctx, result, node); }
 
 void call_function(Context &ctx, Value &result, int line, func_data *fd, const Args &args) {
-  if (scopeDepth() > kMaxScopes) raise_error(line, "Recursion limit exceeded");
-  checkInterrupt();
-  if (stepBudgetOn) takeStep(line);
+  enterCall(line);
   if (fd->handler) {
     result.setNull();
     fd->handler(ctx, line, args, result);
@@ -1072,7 +1158,7 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
   Frame frame;
   FrameGuard slots(frame, &layout, &fd->statics);
   ScopeGuard scopes;
-  pushFunctionScope();
+  pushCallScopes(def->body);
   // A repeated parameter name is one variable, holding the first argument.
   for (size_t i = 0; i < layout.paramSlots.size(); i++) {
     Symbol &p = frame.slots[layout.paramSlots[i]];
@@ -1080,18 +1166,7 @@ void call_function(Context &ctx, Value &result, int line, func_data *fd, const A
     p.live = true;
     if (i < args.size()) p.value = args[i];
   }
-  // The body block, opened here rather than through its node: the same two
-  // scopes a call has always had, one dispatch fewer.
-  pushBlockScope(def->body);
-  Value body;
-  evaluateList(ctx, body, def->body->left);
-  if (ctx.jump == JUMP_RETURN) {
-    result = std::move(ctx.returned);
-    ctx.jump = JUMP_NONE;
-    return;
-  }
-  result.setNull();
-  settleJump(ctx, result);
+  runBody(ctx, result, def);
 }
 
 void call_value(Context &ctx, Value &result, int line, const Value &fn, const Args &args,

@@ -7,10 +7,6 @@
 
 namespace marl {
 
-CallFrame::CallFrame(func_data *fd) : fd_(fd) { retainVariant(fd); }
-
-CallFrame::~CallFrame() noexcept(false) { releaseVariant(fd_); }
-
 void settleJump(Context &ctx, Value &result) {
   if (ctx.jump == JUMP_NONE) return;
   if (ctx.jump == JUMP_RETURN) {

@@ -4,11 +4,10 @@
 #include <cstddef>
 
 #include "eval/context.hpp"
+#include "frontend/functions.hpp"
 #include "frontend/symbols.hpp"
 
 namespace marl {
-
-struct func_data;
 
 // Pops every scope pushed after its construction.
 class ScopeGuard {
@@ -42,8 +41,8 @@ class FrameGuard {
 // function in its own body must not free what runs.
 class CallFrame {
  public:
-  explicit CallFrame(func_data *fd);
-  ~CallFrame() noexcept(false);
+  explicit CallFrame(func_data *fd) : fd_(fd) { retainVariant(fd); }
+  ~CallFrame() noexcept(false) { releaseVariant(fd_); }
   CallFrame(const CallFrame &) = delete;
   CallFrame &operator=(const CallFrame &) = delete;
 

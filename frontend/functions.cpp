@@ -9,11 +9,12 @@
 
 namespace marl {
 
+// Process-wide and never reset, so a call site's cache cannot match a later table.
+uint32_t detail::generation = 1;
+
 namespace {
 
 FunctionTable *current = nullptr;
-// Process-wide and never reset, so a call site's cache cannot match a later table.
-uint32_t generation = 1;
 
 FuncInfo *infoFor(Name *name) {
   if (name->func) return name->func;
@@ -33,16 +34,14 @@ void addVariant(FuncInfo *f, func_data *d) {
     }
   }
   f->variants.push_back(d);
-  generation++;
+  detail::generation++;
 }
 
 }  // namespace
 
 func_data::~func_data() { delete statics; }
 
-void releaseVariant(func_data *d) {
-  if (--d->counter <= 0) delete d;
-}
+void destroyVariant(func_data *d) { delete d; }
 
 func_data *FuncInfo::find(int argc) const {
   func_data *variadic = nullptr;
@@ -84,7 +83,6 @@ FuncInfo *findFunction(std::string_view name) {
   return it == current->entries.end() ? nullptr : it->second;
 }
 
-uint32_t functionGeneration() { return generation; }
 
 int mainKind() {
   FuncInfo *f = findFunction("main");
@@ -103,7 +101,7 @@ void clearFunctions() {
     releaseFunc(f);
   }
   current->entries.clear();
-  generation++;
+  detail::generation++;
 }
 
 const std::map<std::string, FuncInfo *, std::less<>> &functionTable() { return current->entries; }

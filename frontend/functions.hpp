@@ -45,7 +45,10 @@ struct FuncInfo {
 // A running call holds its variant, so redefining a function inside its own
 // body does not free what is executing.
 inline void retainVariant(func_data *d) { d->counter++; }
-void releaseVariant(func_data *d);
+void destroyVariant(func_data *d);
+inline void releaseVariant(func_data *d) {
+  if (--d->counter <= 0) destroyVariant(d);
+}
 
 void retainFunc(FuncInfo *f);
 void releaseFunc(FuncInfo *f);  // "Internal error in FuncInfo::release()" below zero
@@ -66,7 +69,10 @@ void defineFunction(FunctionDef *def);  // a script function at the top level
 FuncInfo *findFunction(Name *name);
 FuncInfo *findFunction(std::string_view name);
 // Bumped whenever a variant is added or removed, so that call sites can cache.
-uint32_t functionGeneration();
+namespace detail {
+extern uint32_t generation;
+}
+inline uint32_t functionGeneration() { return detail::generation; }
 // 1: main takes one argument; 0: none; -1: no usable main.
 int mainKind();
 void clearFunctions();

@@ -321,7 +321,12 @@ const FrameLayout &functionLayout(FunctionDef *def) {
   }
   r.walk(def->body, params, false);
   r.finish();
-  for (Name *p : def->params) layout->paramSlots.push_back(layout->slotIn(0, variableName(p)));
+  for (Name *p : def->params) {
+    int32_t slot = layout->slotIn(0, variableName(p));
+    for (int32_t earlier : layout->paramSlots)
+      if (earlier == slot) layout->distinctParams = false;
+    layout->paramSlots.push_back(slot);
+  }
   def->layout = layout.release();
   return *def->layout;
 }

@@ -22,6 +22,7 @@ struct FrameLayout {
   std::vector<Name *> slotNames;  // variable names (already cut to 128 bytes)
   std::vector<Block> blocks;
   std::vector<int32_t> paramSlots;  // each parameter's slot, in order
+  bool distinctParams = true;       // no parameter name repeats
   uint32_t slotCount() const { return static_cast<uint32_t>(slotNames.size()); }
   // The slot `name` has in `block`, or -1.
   int32_t slotIn(uint32_t block, const Name *name) const;

@@ -136,6 +136,12 @@ inline void pushFunctionScope() {
   s.slots = s.block == 0 && s.frame->layout->blocks[0].count > 0;
   activeScopes->scopes.push(s);
 }
+// The two scopes a call of a script function opens: its parameters and its
+// body block.
+inline void pushCallScopes(const Node *body) {
+  pushFunctionScope();
+  pushBlockScope(body);
+}
 // Closes the innermost scope, releasing its variables.
 void popScope();
 // Ends the variables of a block's slots.
@@ -172,8 +178,10 @@ inline bool innermostIsGlobal() { return activeScopes->scopes.back().kind == SCO
 SymMan *globalScope();
 
 Symbol *takeSlotsSlow(size_t n);
-// Gives `frame` fresh slots for `layout` and makes it the running frame.
-inline FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
+// Gives `frame` fresh slots for `layout`; the running frame stays as it is
+// until activateFrame, so a call can evaluate its arguments (in the caller's
+// frame) straight into the slots of its parameters.
+inline FrameMark reserveFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
   ScopeStack &st = *activeScopes;
   FrameMark mark{st.frame, st.chunk, st.used};
   frame.layout = layout;
@@ -194,7 +202,13 @@ inline FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **st
       frame.slots[i].live = false;
     }
   }
-  st.frame = &frame;
+  return mark;
+}
+inline void activateFrame(Frame &frame) { activeScopes->frame = &frame; }
+// reserveFrame, then makes `frame` the running frame.
+inline FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
+  FrameMark mark = reserveFrame(frame, layout, statics);
+  activateFrame(frame);
   return mark;
 }
 // Gives the slots back (every block of the frame is closed by then).
