@@ -6,7 +6,7 @@
 
 namespace marl {
 
-bool MArray::set(long long index, const Value &v) {
+bool MArray::setGrowing(long long index, const Value &v) {
   if (index < 0) return false;
   if (static_cast<size_t>(index) >= items.size()) items.resize(static_cast<size_t>(index) + 1);
   items[static_cast<size_t>(index)] = v;

@@ -19,7 +19,14 @@ class MArray : public MRef {
     return index >= 0 && static_cast<size_t>(index) < items.size() ? &items[index] : nullptr;
   }
   // Fails (false) for a negative index; grows with nulls past the end.
-  bool set(long long index, const Value &v);
+  bool set(long long index, const Value &v) {
+    if (index >= 0 && static_cast<size_t>(index) < items.size()) [[likely]] {
+      items[static_cast<size_t>(index)] = v;
+      return true;
+    }
+    return setGrowing(index, v);
+  }
+  bool setGrowing(long long index, const Value &v);
   void resize(size_t n) { items.resize(n); }
   void push(const Value &v) { items.emplace_back(v); }
 
