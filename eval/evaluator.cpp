@@ -445,30 +445,6 @@ inline bool appendableString(const Symbol *sym, const Value &current) {
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
-  if (node->left->opcode == OP_NAME && op <= OP_POW) {
-    // An undeclared name is left to the general path, which reports it.
-    Symbol *sym = variableAt(node->left);
-    if (sym && sym->value.isNumeric()) {
-      double x = sym->value.number, y;
-      if (numberLeaf(node->right, y)) {
-        double r = numericOp(node->line, op, x, y);
-        result.setNumber(r);
-        sym->value.setNumber(r);
-        return;
-      }
-      Value rhs;
-      evaluateNode(ctx, rhs, node->right);
-      if (rhs.isNumeric()) {
-        result.setNumber(numericOp(node->line, op, x, rhs.number));
-        sym->value = result;
-        return;
-      }
-      Value current = Value::num(x);
-      result = arith(node->line, op, current, rhs);
-      sym->value = result;
-      return;
-    }
-  }
   if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
     return;
   Place place;
@@ -977,32 +953,35 @@ void execBitand(Context &ctx, Value &result, Node *node) {
   result = bitOp(node->line, node->opcode, a, b);
 }
 
-void execAddAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_ADD);
-}
-
-void execSubAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_SUB);
-}
-
-void execMulAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_MUL);
-}
-
-void execDivAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_DIV);
-}
-
-void execModAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_MOD);
-}
-
-void execIdivAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_IDIV);
-}
-
-void execPowAssign(Context &ctx, Value &result, Node *node) {
-  compoundAssign(ctx, result, node, OP_POW);
+// `name op= v` (an arithmetic op) on a variable holding a number, with the
+// operator inlined; everything else is compoundAssign's.
+template <int Op>
+void execArithAssign(Context &ctx, Value &result, Node *node) {
+  if (node->left->opcode == OP_NAME) {
+    // An undeclared name is left to the general path, which reports it.
+    Symbol *sym = variableAt(node->left);
+    if (sym && sym->value.isNumeric()) {
+      double x = sym->value.number, y;
+      if (numberLeaf(node->right, y)) {
+        double r = numericOp(node->line, Op, x, y);
+        result.setNumber(r);
+        sym->value.setNumber(r);
+        return;
+      }
+      Value rhs;
+      evaluateNode(ctx, rhs, node->right);
+      if (rhs.isNumeric()) {
+        result.setNumber(numericOp(node->line, Op, x, rhs.number));
+        sym->value = result;
+        return;
+      }
+      Value current = Value::num(x);
+      result = arith(node->line, Op, current, rhs);
+      sym->value = result;
+      return;
+    }
+  }
+  compoundAssign(ctx, result, node, Op);
 }
 
 void execAndAssign(Context &ctx, Value &result, Node *node) {
@@ -1115,13 +1094,13 @@ struct HandlerTable {
     at[OP_SHR] = execBitand;
     at[OP_SHL] = execBitand;
     at[OP_USHR] = execBitand;
-    at[OP_ADD_ASSIGN] = execAddAssign;
-    at[OP_SUB_ASSIGN] = execSubAssign;
-    at[OP_MUL_ASSIGN] = execMulAssign;
-    at[OP_DIV_ASSIGN] = execDivAssign;
-    at[OP_MOD_ASSIGN] = execModAssign;
-    at[OP_IDIV_ASSIGN] = execIdivAssign;
-    at[OP_POW_ASSIGN] = execPowAssign;
+    at[OP_ADD_ASSIGN] = execArithAssign<OP_ADD>;
+    at[OP_SUB_ASSIGN] = execArithAssign<OP_SUB>;
+    at[OP_MUL_ASSIGN] = execArithAssign<OP_MUL>;
+    at[OP_DIV_ASSIGN] = execArithAssign<OP_DIV>;
+    at[OP_MOD_ASSIGN] = execArithAssign<OP_MOD>;
+    at[OP_IDIV_ASSIGN] = execArithAssign<OP_IDIV>;
+    at[OP_POW_ASSIGN] = execArithAssign<OP_POW>;
     at[OP_AND_ASSIGN] = execAndAssign;
     at[OP_OR_ASSIGN] = execOrAssign;
     at[OP_XOR_ASSIGN] = execXorAssign;
