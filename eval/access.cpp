@@ -138,13 +138,13 @@ bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &cont
                    Value &result) {
   const std::string *leaf = leafKey(node->left->right);
   if (!leaf) return false;
-  const HeldValue *entry = h->find(*leaf);
+  HeldValue *entry = h->findValue(*leaf);
   if (!entry || entry->object || entry->kind == Kind::Object) return false;
   Value current = entry->get();
   double y;
   if (numberLeaf(node->right, y)) {
     result.setNumber(numericOp(node->line, op, current.number, y));
-    h->set(*leaf, result);
+    *entry = result;  // nothing ran since the lookup
     return true;
   }
   // The right side may reassign the variables that hold the hash and the key.

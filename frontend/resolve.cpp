@@ -103,9 +103,10 @@ class Resolver {
   }
   // A loop or catch variable: `var x` declares, a plain place is assigned.
   void loopVariable(Node *t, int32_t block) {
-    if (t->opcode == OP_VAR && t->left)
+    if (t->opcode == OP_VAR && t->left) {
       declaration(t->left, block, t->left->payload.name);
-    else
+      reference(t->left, block);  // each pass stores into it
+    } else
       target(t, block);
   }
   void declarators(Node *list, int32_t block, bool declare, bool statement) {

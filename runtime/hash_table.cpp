@@ -25,8 +25,18 @@ uint32_t hashOf(std::string_view key) {
     h ^= h >> 29;
   }
   if (n) {
-    uint64_t w = 0;
-    std::memcpy(&w, p, n);
+    // The tail without a variable-length copy: two overlapping 4-byte
+    // loads cover 4 to 7 bytes, three single bytes cover 1 to 3.
+    uint64_t w;
+    if (n >= 4) {
+      uint32_t lo, hi;
+      std::memcpy(&lo, p, 4);
+      std::memcpy(&hi, p + n - 4, 4);
+      w = (uint64_t{hi} << 32) | lo;
+    } else {
+      w = (uint64_t{static_cast<uint8_t>(p[0])} << 16) |
+          (uint64_t{static_cast<uint8_t>(p[n >> 1])} << 8) | static_cast<uint8_t>(p[n - 1]);
+    }
     h = (h ^ w) * kMul;
     h ^= h >> 29;
   }

@@ -17,6 +17,8 @@ class MHash : public MRef {
 
   size_t size() const { return entries.size(); }
   const HeldValue *find(std::string_view key) const { return entries.find(key); }
+  // The value of a key, to change in place (the key and its order stay).
+  HeldValue *findValue(std::string_view key) { return entries.find(key); }
   void set(std::string_view key, const Value &v) { entries.set(key, v); }
   // Copies the value out and removes the key; false when it is absent.
   bool take(std::string_view key, Value &out) { return entries.take(key, out); }
