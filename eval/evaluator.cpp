@@ -701,8 +701,28 @@ inline bool compareOperand(Node *n, double &out) {
     return numberOperand(n, out);
 }
 
+// `x == null` and `x != null`: whether x is null, with a variable looked at
+// in place.
+bool isNullOperand(Context &ctx, Node *n) {
+  if (n->opcode == OP_NAME)
+    if (Symbol *s = variableAt(n)) return s->value.isNull();
+  Value v;
+  evaluateNode(ctx, v, n);
+  return v.isNull();
+}
+
 template <int Op>
 void execCompare(Context &ctx, Value &result, Node *node) {
+  if constexpr (Op == OP_EQ || Op == OP_NE) {
+    Node *other = node->right->opcode == OP_NULL  ? node->left
+                  : node->left->opcode == OP_NULL ? node->right
+                                                  : nullptr;
+    if (other) {
+      bool null = isNullOperand(ctx, other);
+      result.setBool(Op == OP_EQ ? null : !null);
+      return;
+    }
+  }
   double x, y;
   Value a, b;
   bool leftLeaf = compareOperand<Op>(node->left, x);
