@@ -519,23 +519,6 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
   }
 }
 
-// Two numbers: NaN compares false in every order, like the general path.
-inline bool numericCompare(int op, double x, double y) {
-  switch (op) {
-    case OP_EQ:
-      return x == y;
-    case OP_NE:
-      return x != y;
-    case OP_GT:
-      return x > y;
-    case OP_GE:
-      return x >= y;
-    case OP_LT:
-      return x < y;
-    default:
-      return x <= y;
-  }
-}
 
 // The truth of a condition; a comparison of two number leaves is decided
 // without evaluating nodes or making a value.

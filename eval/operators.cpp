@@ -172,20 +172,7 @@ Value negate(int line, const Value &a) {
 bool compareOrder(int line, int op, const Value &a, const Value &b) {
   bool sa = a.is(ObjType::String), sb = b.is(ObjType::String);
   int c;
-  if (a.isNumeric() && b.isNumeric()) {
-    double x = a.number, y = b.number;
-    if (std::isnan(x) || std::isnan(y)) return false;
-    switch (op) {
-      case OP_GT:
-        return x > y;
-      case OP_GE:
-        return x >= y;
-      case OP_LT:
-        return x < y;
-      default:
-        return x <= y;
-    }
-  }
+  if (a.isNumeric() && b.isNumeric()) return numericCompare(op, a.number, b.number);
   if (!sa && !sb) badType(line, op);
   c = compareText(a, b);
   switch (op) {

@@ -52,6 +52,25 @@ inline double numericOp(int line, int op, double x, double y) {
   }
 }
 
+// Two numbers compared: op is one of OP_EQ .. OP_LE; NaN compares false in
+// every order.
+inline bool numericCompare(int op, double x, double y) {
+  switch (op) {
+    case OP_EQ:
+      return x == y;
+    case OP_NE:
+      return x != y;
+    case OP_GT:
+      return x > y;
+    case OP_GE:
+      return x >= y;
+    case OP_LT:
+      return x < y;
+    default:
+      return x <= y;
+  }
+}
+
 // Arithmetic: op is one of OP_ADD .. OP_POW.
 Value arith(int line, int op, const Value &a, const Value &b);
 Value negate(int line, const Value &a);
