@@ -141,7 +141,7 @@ void initialiseDeclarator(Context &ctx, Symbol *sym, Node *d) {
   if (d->opcode == OP_ASSIGN) {
     Value v;
     evaluateNode(ctx, v, d->right);
-    sym->value = v;
+    sym->value = std::move(v);
   } else if (d->opcode == OP_INDEX) {
     declareArraySize(ctx, sym, d);
   }
