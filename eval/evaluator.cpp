@@ -305,7 +305,8 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   if (node->cacheGen != functionGeneration()) {
     // An argument redefined functions: call what the name means now.
     ArgBuffer buf(argc);
-    for (size_t i = 0; i < argc; i++) buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
+    for (size_t i = 0; i < argc; i++)
+      buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
     callEvaluated(ctx, result, node, buf.args());
     return true;
   }
@@ -518,7 +519,6 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
       return compareOrder(line, OP_LE, a, b);
   }
 }
-
 
 // The truth of a condition; a comparison of two number leaves is decided
 // without evaluating nodes or making a value.

@@ -83,7 +83,6 @@ FuncInfo *findFunction(std::string_view name) {
   return it == current->entries.end() ? nullptr : it->second;
 }
 
-
 int mainKind() {
   FuncInfo *f = findFunction("main");
   if (!f) return -1;
