@@ -202,8 +202,8 @@ void bi_join(Context &, int line, const Args &a, Value &r) {
     if (i) text += sep;
     const HeldValue &h = arr->items[i];
     // Strings are most of what gets joined: append them without a Value copy.
-    if (h.object && h.object->type == ObjType::String)
-      text += static_cast<MString *>(h.object)->text;
+    if (h.is(ObjType::String))
+      text += static_cast<MString *>(h.object())->text;
     else
       appendText(text, h.get());
   }

@@ -103,7 +103,7 @@ void extreme(int line, const Args &a, Value &r, bool wantMax, const char *tooFew
   };
   for (size_t i = 0; i < a.size(); i++) {
     if (const MArray *arr = asArray(a[i])) {
-      for (const HeldValue &e : arr->items) take(e.kind != Kind::Object, e.number);
+      for (const HeldValue &e : arr->items) take(e.isNumeric(), e.number());
     } else {
       take(a[i].isNumeric(), a[i].number);
     }

@@ -70,9 +70,10 @@ void bi_bjoin(Context &, int line, const Args &a, Value &r) {
   std::string out(values->size() * size, '\0');
   for (size_t i = 0; i < values->size(); i++) {
     const HeldValue &e = values->items[i];
-    if (e.kind == Kind::Object) raise_error(line, "Bad argument type in bjoin()");
-    if (!typeInRange(code, e.number)) raise_error(line, "Bad argument range in bjoin()");
-    encodeTypedAt(code, e.number, out.data() + i * size);
+    if (!e.isNumeric()) raise_error(line, "Bad argument type in bjoin()");
+    double d = e.number();
+    if (!typeInRange(code, d)) raise_error(line, "Bad argument range in bjoin()");
+    encodeTypedAt(code, d, out.data() + i * size);
   }
   r = makeString(std::move(out));
 }

@@ -40,7 +40,7 @@ struct TextKey {
 };
 
 TextKey textKey(const HeldValue &h, size_t index) {
-  std::string_view text = static_cast<const MString *>(h.object)->text;
+  std::string_view text = static_cast<const MString *>(h.object())->text;
   uint64_t prefix = 0;
   for (size_t i = 0; i < 8; i++)
     prefix = prefix << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0u);
@@ -109,9 +109,9 @@ void sortDefault(MArray &a) {
   std::vector<HeldValue> &items = a.items;
   size_t numeric = 0, strings = 0;
   for (const HeldValue &h : items) {
-    if (h.kind != Kind::Object)
+    if (h.isNumeric())
       numeric++;
-    else if (h.object && h.object->type == ObjType::String)
+    else if (h.is(ObjType::String))
       strings++;
   }
   std::vector<NumberKey> numbers, nans;
@@ -120,9 +120,9 @@ void sortDefault(MArray &a) {
   texts.reserve(strings);
   others.reserve(items.size() - numeric - strings);
   for (HeldValue &h : items) {
-    if (h.kind != Kind::Object)
-      (std::isnan(h.number) ? nans : numbers).push_back(NumberKey{h.number, h.kind});
-    else if (h.object && h.object->type == ObjType::String)
+    if (h.isNumeric())
+      (std::isnan(h.number()) ? nans : numbers).push_back(NumberKey{h.number(), h.kind()});
+    else if (h.is(ObjType::String))
       texts.push_back(std::move(h));
     else
       others.push_back(std::move(h));

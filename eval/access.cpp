@@ -115,8 +115,8 @@ bool elementNumber(Node *n, double &out) {
     if (!key) return false;
     e = h->find(*key);
   }
-  if (!e || e->kind != Kind::Number) return false;
-  out = e->number;
+  if (!e || !e->isNumber()) return false;
+  out = e->number();
   return true;
 }
 
@@ -139,7 +139,7 @@ bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &cont
   const std::string *leaf = leafKey(node->left->right);
   if (!leaf) return false;
   HeldValue *entry = h->findValue(*leaf);
-  if (!entry || entry->object || entry->kind == Kind::Object) return false;
+  if (!entry || !entry->isNumeric()) return false;
   Value current = entry->get();
   double y;
   if (numberLeaf(node->right, y)) {
@@ -167,7 +167,7 @@ bool updateElementFast(Context &ctx, Node *node, int op, Value &result) {
   if (!a || !numberLeaf(target->right, d)) return false;
   long long i = truncIndex(d);
   const HeldValue *element = a->at(i);
-  if (!element || element->object || element->kind == Kind::Object) return false;
+  if (!element || !element->isNumeric()) return false;
   // From here on the general path would do the same: the element is read
   // before the right side runs, and the array read is the one written.
   Value current = element->get();

@@ -73,8 +73,7 @@ void checkRecursive(int line, const char *opname, MArray *root) {
     if (!seen.insert(a).second)
       raise_error(line, "Recursive array detected in operator %s", opname);
     for (auto it = a->items.rbegin(); it != a->items.rend(); ++it)
-      if (it->object && it->object->type == ObjType::Array)
-        work.push_back(static_cast<MArray *>(it->object));
+      if (it->is(ObjType::Array)) work.push_back(static_cast<MArray *>(it->object()));
   }
 }
 

@@ -176,7 +176,7 @@ bool parseCount(std::string_view text, uint32_t &out) {
 // usual numeric conversion, so numeric strings count and other objects are NaN.
 double packNumber(const HeldValue *h) {
   if (!h || h->isNull()) return 0.0;
-  if (h->kind != Kind::Object) return h->number;
+  if (h->isNumeric()) return h->number();
   return toNumber(h->get());
 }
 
@@ -322,11 +322,7 @@ Value unpackRecord(const PackTemplate &t, std::string_view data) {
     } else {
       MArray *arr = new MArray(f.count);
       Value holder(arr);
-      for (size_t i = 0; i < fit; i++) {
-        HeldValue &e = arr->items[i];
-        e.kind = Kind::Number;
-        e.number = decodeTyped(f.code, p + i * size);
-      }
+      for (size_t i = 0; i < fit; i++) arr->items[i].setNumber(decodeTyped(f.code, p + i * size));
       h->set(f.name, holder);
     }
     p += fit * size;
@@ -346,9 +342,7 @@ std::string packRecord(const PackTemplate &t, const MHash &values) {
       p += size;
       continue;
     }
-    const MArray *arr = v && v->object && v->object->type == ObjType::Array
-                            ? static_cast<MArray *>(v->object)
-                            : nullptr;
+    const MArray *arr = v && v->is(ObjType::Array) ? static_cast<MArray *>(v->object()) : nullptr;
     for (uint32_t i = 0; i < f.count; i++, p += size)
       encodeTypedAt(f.code, packNumber(arr ? arr->at(i) : nullptr), p);
   }

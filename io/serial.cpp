@@ -108,7 +108,7 @@ void MStream::writeValue(const Value &v) {
         continue;
       }
       const HeldValue &e = a->items[f.next++];
-      writeOne(e.object, e.number, e.kind, work);
+      writeOne(e.object(), e.number(), e.kind(), work);
     } else {
       auto *h = static_cast<const MHash *>(f.object);
       if (f.entry == h->entries.end()) {
@@ -117,7 +117,7 @@ void MStream::writeValue(const Value &v) {
       }
       const auto &[key, e] = *f.entry++;
       writeString(key);
-      writeOne(e.object, e.number, e.kind, work);
+      writeOne(e.object(), e.number(), e.kind(), work);
     }
   }
 }

@@ -21,7 +21,7 @@ MRef *MArray::clone() const {
 
 void MArray::pushChildren(MarkStack &stack) const {
   for (const HeldValue &h : items)
-    if (h.object && !h.object->marked) stack.push_back(h.object);
+    if (MRef *o = h.object(); o && !o->marked) stack.push_back(o);
 }
 
 MRef *MHash::clone() const {
@@ -32,7 +32,7 @@ MRef *MHash::clone() const {
 
 void MHash::pushChildren(MarkStack &stack) const {
   for (const auto &e : entries.unordered())
-    if (e.second.object && !e.second.object->marked) stack.push_back(e.second.object);
+    if (MRef *o = e.second.object(); o && !o->marked) stack.push_back(o);
 }
 
 bool MString::serialize(BStream &s) const {

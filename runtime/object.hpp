@@ -91,6 +91,10 @@ inline void releaseObject(MRef *o) {
 }
 
 inline bool Value::is(ObjType t) const { return object && object->type == t; }
+inline bool HeldValue::is(ObjType t) const {
+  MRef *o = object();
+  return o && o->type == t;
+}
 
 // Marks the roots that live outside the registry (scopes, functions' static
 // tables). Installed by the evaluator.
@@ -126,8 +130,8 @@ class MHandle : public MRef {
   MHandle() : MRef(ObjType::Handle) {}
   const char *typeName() const override { return "handle"; }
   void pushChildren(MarkStack &stack) const override {
-    if (finalizer.object) stack.push_back(finalizer.object);
-    if (argument.object) stack.push_back(argument.object);
+    if (MRef *o = finalizer.object()) stack.push_back(o);
+    if (MRef *o = argument.object()) stack.push_back(o);
   }
 };
 

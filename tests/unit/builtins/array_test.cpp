@@ -126,8 +126,8 @@ TEST(ArraySort, StringsPastTheirFirstEightBytes) {
             "[ \"a\", \"a\\0\", \"common-prefix\", \"common-prefix-a\", \"common-prefix-b\", "
             "\"common-prefix-b\", \"common-prefix-c\", \"common-p\\xe0\" ]");
   // Equal texts keep their order.
-  EXPECT_EQ(asArray(a)->items[4].object, first.object);
-  EXPECT_EQ(asArray(a)->items[5].object, second.object);
+  EXPECT_EQ(asArray(a)->items[4].object(), first.object);
+  EXPECT_EQ(asArray(a)->items[5].object(), second.object);
 }
 
 TEST(ArraySort, DefaultOrderMatchesReferenceOnRandomNumbers) {
@@ -143,7 +143,7 @@ TEST(ArraySort, DefaultOrderMatchesReferenceOnRandomNumbers) {
   }
   std::sort(expected.begin(), expected.end());
   sortDefault(*a);
-  for (size_t i = 0; i < expected.size(); i++) ASSERT_EQ(a->items[i].number, expected[i]) << i;
+  for (size_t i = 0; i < expected.size(); i++) ASSERT_EQ(a->items[i].number(), expected[i]) << i;
 }
 
 // Comparator stand-ins for script functions.
@@ -156,7 +156,7 @@ void chaosCompare(Context &, int, const Args &, Value &r) {
   r.setNumber(static_cast<int>((chaosState >> 16) % 3) - 1);
 }
 void byFirstElement(Context &, int, const Args &a, Value &r) {
-  r.setNumber(asArray(a[0])->items[0].number - asArray(a[1])->items[0].number);
+  r.setNumber(asArray(a[0])->items[0].number() - asArray(a[1])->items[0].number());
 }
 void failingCompare(Context &, int line, const Args &a, Value &r) {
   if (--callsLeft == 0) raise_error(line, "comparator gave up");
@@ -177,9 +177,9 @@ TEST(ArraySort, ComparatorSortIsStable) {
   call("sort", {holder, nativeFunction(byFirstElement, 2)});
   for (size_t i = 1; i < a->size(); i++) {
     MArray *prev = asArray(a->items[i - 1].get()), *cur = asArray(a->items[i].get());
-    ASSERT_LE(prev->items[0].number, cur->items[0].number);
-    if (prev->items[0].number == cur->items[0].number) {
-      ASSERT_LT(prev->items[1].number, cur->items[1].number);
+    ASSERT_LE(prev->items[0].number(), cur->items[0].number());
+    if (prev->items[0].number() == cur->items[0].number()) {
+      ASSERT_LT(prev->items[1].number(), cur->items[1].number());
     }
   }
 }
@@ -190,7 +190,7 @@ TEST(ArraySort, InconsistentComparatorStillGivesAPermutation) {
   for (int i = 0; i < 2000; i++) a->push(N(i % 50));
   call("sort", {holder, nativeFunction(chaosCompare, 2)});
   std::vector<double> seen;
-  for (const HeldValue &h : a->items) seen.push_back(h.number);
+  for (const HeldValue &h : a->items) seen.push_back(h.number());
   std::sort(seen.begin(), seen.end());
   ASSERT_EQ(seen.size(), 2000u);
   for (size_t i = 0; i < seen.size(); i++) ASSERT_EQ(seen[i], static_cast<double>(i / 40));

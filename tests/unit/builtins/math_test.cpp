@@ -46,7 +46,7 @@ Value array(std::initializer_list<Value> items) {
 std::vector<double> numbers(const Value &v) {
   std::vector<double> out;
   if (MArray *a = asArray(v))
-    for (const HeldValue &e : a->items) out.push_back(e.number);
+    for (const HeldValue &e : a->items) out.push_back(e.number());
   else
     ADD_FAILURE() << "not an array";
   return out;

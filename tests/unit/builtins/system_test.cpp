@@ -29,7 +29,7 @@ std::string error(const char *name, const std::vector<Value> &args) {
 }
 double field(const Value &h, const char *key) {
   const HeldValue *v = asHash(h) ? asHash(h)->find(key) : nullptr;
-  return v ? v->number : nanValue();
+  return v ? v->number() : nanValue();
 }
 // The names of an array of strings, sorted, joined by ",".
 std::string sortedNames(const Value &v) {
@@ -75,7 +75,7 @@ TEST(SystemTime, PartsRoundTripThroughLocaltime) {
   EXPECT_EQ(field(lt, "sec"), 30);
   EXPECT_EQ(field(lt, "wday"), 2);  // a Tuesday
   EXPECT_EQ(field(lt, "yday"), 59);
-  EXPECT_TRUE(asHash(lt)->find("isdst")->kind == Kind::Bool);
+  EXPECT_TRUE(asHash(lt)->find("isdst")->kind() == Kind::Bool);
   // Out-of-range parts carry over, as mktime does.
   EXPECT_EQ(call("time", {N(2000), N(13), N(1)}).number,
             call("time", {N(2001), N(1), N(1)}).number);

@@ -66,7 +66,7 @@ std::string field(const Value &h, const char *name) {
   const HeldValue *e = asHash(h)->find(name);
   if (!e) return "absent";
   auto one = [](const HeldValue &x) {
-    return x.isNull() ? "null"s : std::to_string(static_cast<long long>(x.number));
+    return x.isNull() ? "null"s : std::to_string(static_cast<long long>(x.number()));
   };
   MArray *a = asArray(e->get());
   if (!a) return one(*e);
@@ -227,8 +227,8 @@ TEST(Pack, RoundTripThroughUnpack) {
                    {"s", Value::num(-5)}});
   Value out = unpack(t, bytes(call("pack", {makeString(t), in})));
   EXPECT_EQ(field(out, "id"), "4000000000");
-  EXPECT_EQ(asArray(asHash(out)->find("v")->get())->items[0].number, 0.5);
-  EXPECT_EQ(asHash(out)->find("d")->number, 1.0 / 3);
+  EXPECT_EQ(asArray(asHash(out)->find("v")->get())->items[0].number(), 0.5);
+  EXPECT_EQ(asHash(out)->find("d")->number(), 1.0 / 3);
   EXPECT_EQ(field(out, "s"), "-5");
 }
 
@@ -253,7 +253,7 @@ TEST(Pack, RepeatedAndAlternatingTemplates) {
 TEST(BsplitBjoin, WholeValuesAndSharedRanges) {
   Value a = call("bsplit", {makeString("\x01\x00\xFF\xFF\x07"s), makeString("int16")});
   ASSERT_EQ(asArray(a)->size(), 2u);
-  EXPECT_EQ(asArray(a)->items[1].number, -1);
+  EXPECT_EQ(asArray(a)->items[1].number(), -1);
   EXPECT_EQ(errorOf("bsplit", {makeString("ab"), Value::num(4)}),
             "error [7]: Bad argument in bsplit()");
   EXPECT_EQ(bytes(call("bjoin", {array({Value::num(1), Value::num(-1)})})), "\x01\xFF");

@@ -80,7 +80,7 @@ TEST(SerialFormat, StringArrayAndHashBodies) {
   ASSERT_NE(h2, nullptr);
   EXPECT_EQ(h2->size(), 2u);
   EXPECT_TRUE(h2->find("a")->isNull());
-  EXPECT_EQ(h2->find("b")->kind, Kind::Bool);
+  EXPECT_EQ(h2->find("b")->kind(), Kind::Bool);
 }
 
 TEST(SerialFormat, CycleBecomesReferenceAndComesBack) {
@@ -91,8 +91,8 @@ TEST(SerialFormat, CycleBecomesReferenceAndComesBack) {
                        reference(1));
   Value b = deserializeValue(bytes);
   ASSERT_NE(arr(b), nullptr);
-  EXPECT_EQ(arr(b)->items[1].object, b.object);
-  EXPECT_EQ(arr(b)->items[0].number, 7.0);
+  EXPECT_EQ(arr(b)->items[1].object(), b.object);
+  EXPECT_EQ(arr(b)->items[0].number(), 7.0);
   arr(a)->items[1] = Value();  // break the cycles so counting frees them
   arr(b)->items[1] = Value();
 }
@@ -107,8 +107,8 @@ TEST(SerialFormat, SharedStringIsWrittenOnceAndStaysShared) {
   Value b = deserializeValue(bytes);
   MArray *outer = arr(b);
   ASSERT_EQ(outer->size(), 3u);
-  EXPECT_EQ(outer->items[0].object, outer->items[1].object);
-  EXPECT_EQ(arr(outer->items[2].get())->items[0].object, outer->items[0].object);
+  EXPECT_EQ(outer->items[0].object(), outer->items[1].object());
+  EXPECT_EQ(arr(outer->items[2].get())->items[0].object(), outer->items[0].object());
   EXPECT_EQ(asString(outer->items[0].get())->text, "shared");
 }
 
@@ -132,7 +132,7 @@ TEST(SerialErrors, OddKindsTagsAndReferencesGiveNull) {
   // Object 1 is the array itself; 2 does not exist yet.
   Value v = deserializeValue(newObject("array") + u32(2) + reference(2) + reference(1));
   EXPECT_TRUE(arr(v)->items[0].isNull());
-  EXPECT_EQ(arr(v)->items[1].object, v.object);
+  EXPECT_EQ(arr(v)->items[1].object(), v.object);
   arr(v)->items[1] = Value();
   // Bytes after the value are ignored.
   EXPECT_EQ(deserializeValue("\x01\x01garbage"s).number, 1.0);
@@ -142,13 +142,13 @@ TEST(SerialErrors, CountsBeyondTheInputReadZeros) {
   // The elements past the end are numbers 0, the entries past the end the key "" with 0.
   Value v = deserializeValue(newObject("array") + u32(5) + "\x01\x00\x01"s);
   ASSERT_EQ(arr(v)->size(), 5u);
-  EXPECT_EQ(arr(v)->items[0].kind, Kind::Bool);
-  EXPECT_EQ(arr(v)->items[1].kind, Kind::Bool);  // its byte is cut off
+  EXPECT_EQ(arr(v)->items[0].kind(), Kind::Bool);
+  EXPECT_EQ(arr(v)->items[1].kind(), Kind::Bool);  // its byte is cut off
   for (size_t i = 2; i < 5; i++)
-    EXPECT_TRUE(arr(v)->items[i].kind == Kind::Number && arr(v)->items[i].number == 0) << i;
+    EXPECT_TRUE(arr(v)->items[i].kind() == Kind::Number && arr(v)->items[i].number() == 0) << i;
   Value h = deserializeValue(newObject("hash") + u32(3) + str("k") + "\x01\x01"s);
   ASSERT_EQ(asHash(h)->size(), 2u);
-  EXPECT_EQ(asHash(h)->find("")->number, 0.0);
+  EXPECT_EQ(asHash(h)->find("")->number(), 0.0);
   EXPECT_EQ(
       asHash(deserializeValue(newObject("hash") + u32(0xFFFFFFFF) + std::string(20, '\0')))->size(),
       1u);
@@ -157,8 +157,8 @@ TEST(SerialErrors, CountsBeyondTheInputReadZeros) {
   Value n = deserializeValue(nested);
   ASSERT_EQ(arr(n)->size(), 3u);
   EXPECT_EQ(arr(arr(n)->items[0].get())->size(), 2u);
-  EXPECT_EQ(arr(arr(n)->items[0].get())->items[1].number, 0.0);
-  EXPECT_EQ(arr(n)->items[2].number, 0.0);
+  EXPECT_EQ(arr(arr(n)->items[0].get())->items[1].number(), 0.0);
+  EXPECT_EQ(arr(n)->items[2].number(), 0.0);
 }
 
 TEST(SerialErrors, ZerosBeyondMemoryAreRefusedBeforeAllocating) {
@@ -172,8 +172,8 @@ TEST(SerialErrors, ZerosBeyondMemoryAreRefusedBeforeAllocating) {
   ASSERT_EQ(arr(v)->size(), 1000u);
   MArray *in = arr(arr(v)->items[0].get());
   ASSERT_EQ(in->size(), 1000u);
-  EXPECT_EQ(in->items[499].kind, Kind::Bool);
-  EXPECT_EQ(in->items[500].kind, Kind::Number);
+  EXPECT_EQ(in->items[499].kind(), Kind::Bool);
+  EXPECT_EQ(in->items[500].kind(), Kind::Number);
 }
 
 TEST(SerialErrors, RepeatedHashKeyDropsAnObjectThatIsReferencedLater) {
@@ -182,7 +182,7 @@ TEST(SerialErrors, RepeatedHashKeyDropsAnObjectThatIsReferencedLater) {
                       newObject("array") + u32(0) + str("k") + "\x01\x01"s + reference(3);
   Value v = deserializeValue(bytes);
   MArray *outer = arr(v);
-  EXPECT_EQ(asHash(outer->items[0].get())->find("k")->kind, Kind::Bool);
+  EXPECT_EQ(asHash(outer->items[0].get())->find("k")->kind(), Kind::Bool);
   ASSERT_NE(arr(outer->items[1].get()), nullptr);
   EXPECT_EQ(arr(outer->items[1].get())->size(), 0u);
 }
@@ -199,8 +199,8 @@ TEST(SerialErrors, TruncatedInputReadsZeros) {
   std::string pair = serializeValue(array({Value::num(7), Value::num(8)}));
   // 8.0 is 00 00 00 00 00 00 20 40: its last two bytes are lost.
   Value v = deserializeValue(pair.substr(0, pair.size() - 2));
-  EXPECT_EQ(arr(v)->items[0].number, 7.0);
-  EXPECT_EQ(arr(v)->items[1].number, 0.0);
+  EXPECT_EQ(arr(v)->items[0].number(), 7.0);
+  EXPECT_EQ(arr(v)->items[1].number(), 0.0);
 }
 
 TEST(SerialDepth, MillionNestedArraysRoundTrip) {

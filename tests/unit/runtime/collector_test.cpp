@@ -165,9 +165,9 @@ TEST(Containers, CloneIsShallow) {
   outer->push(Value::num(1));
   Value copy(outer->clone());
   MArray *c = static_cast<MArray *>(copy.object);
-  EXPECT_EQ(c->items[0].object, inner);
+  EXPECT_EQ(c->items[0].object(), inner);
   c->items[1] = Value::num(2);
-  EXPECT_EQ(outer->items[1].number, 1);
+  EXPECT_EQ(outer->items[1].number(), 1);
 }
 
 TEST(Containers, StringsHoldNulBytes) {

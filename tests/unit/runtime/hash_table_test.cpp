@@ -23,11 +23,11 @@ void expectSame(const HashTable &t, const Reference &ref) {
   for (const auto &[key, number] : ref) {
     ASSERT_FALSE(it == t.end());
     EXPECT_EQ(it->first, key);
-    EXPECT_EQ(it->second.number, number);
+    EXPECT_EQ(it->second.number(), number);
     ++it;
     const HeldValue *found = t.find(key);
     ASSERT_NE(found, nullptr) << key;
-    EXPECT_EQ(found->number, number);
+    EXPECT_EQ(found->number(), number);
   }
   EXPECT_TRUE(it == t.end());
 }
@@ -121,7 +121,7 @@ TEST(HashTable, AssigningAValueKeepsTheOrderAndIterators) {
   EXPECT_EQ(it->first, "1");
   ++it;
   EXPECT_EQ(it->first, "10");
-  EXPECT_EQ(it->second.number, 99);
+  EXPECT_EQ(it->second.number(), 99);
 }
 
 TEST(HashTable, ValuesAreHeldAndReleased) {
@@ -131,7 +131,7 @@ TEST(HashTable, ValuesAreHeldAndReleased) {
     Value holder(h);
     for (int i = 0; i < 30; i++) h->set("s" + std::to_string(i), makeString("v"));
     EXPECT_EQ(registry().count, before + 31);
-    EXPECT_EQ(h->find("s3")->object->refs, 1);
+    EXPECT_EQ(h->find("s3")->object()->refs, 1);
     h->erase("s3");
     EXPECT_EQ(registry().count, before + 30);
     Value taken;
@@ -141,11 +141,11 @@ TEST(HashTable, ValuesAreHeldAndReleased) {
     h->set("s5", Value::num(1));  // replacing a string frees it
     EXPECT_EQ(registry().count, before + 29);
     Value copy(h->clone());
-    EXPECT_EQ(h->find("s6")->object->refs, 2);
+    EXPECT_EQ(h->find("s6")->object()->refs, 2);
     EXPECT_EQ(asHash(copy)->size(), 28u);
     h->clear();
     EXPECT_EQ(h->size(), 0u);
-    EXPECT_EQ(asHash(copy)->find("s6")->object->refs, 1);
+    EXPECT_EQ(asHash(copy)->find("s6")->object()->refs, 1);
   }
   EXPECT_EQ(registry().count, before);
 }

@@ -65,9 +65,9 @@ TEST(ObjectStorage, ContainersSurviveNeighboursDying) {
   for (int i = 0; i < 5000; i++) {
     const HeldValue *e = h->find(std::to_string(i));
     ASSERT_NE(e, nullptr);
-    MArray *a = static_cast<MArray *>(e->object);
+    MArray *a = static_cast<MArray *>(e->object());
     ASSERT_EQ(a->size(), 1u);
-    EXPECT_EQ(static_cast<MString *>(a->items[0].object)->text, "value " + std::to_string(i));
+    EXPECT_EQ(static_cast<MString *>(a->items[0].object())->text, "value " + std::to_string(i));
   }
 }
 
