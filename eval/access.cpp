@@ -63,7 +63,7 @@ bool readElementFast(Node *node, Value &result) {
     if (!numberLeaf(node->right, d)) return false;
     const HeldValue *h = a->at(truncIndex(d));
     if (!h) return false;
-    result = h->get();
+    h->readInto(result);
     return true;
   }
   if (MHash *h = asHash(*container)) {
@@ -71,7 +71,7 @@ bool readElementFast(Node *node, Value &result) {
     if (!key) return false;
     const HeldValue *e = h->find(*key);
     if (e)
-      result = e->get();
+      e->readInto(result);
     else
       result.setNull();
     return true;
@@ -234,7 +234,7 @@ void s_get(Context &ctx, Value &result, Node *node) {
         long long i = truncIndex(index.number);
         const HeldValue *h = a->at(i);
         if (!h) raise_error(node->line, "Array range error index:=%d", shownIndex(i));
-        result = h->get();
+        h->readInto(result);
         return;
       }
       if (MHash *h = asHash(container)) {
@@ -242,7 +242,7 @@ void s_get(Context &ctx, Value &result, Node *node) {
         if (!k) raise_error(node->line, "Hash index must be string");
         const HeldValue *e = h->find(k->text);
         if (e)
-          result = e->get();
+          e->readInto(result);
         else
           result.setNull();
         return;
@@ -268,7 +268,7 @@ void readMember(const Value &container, const std::string &name, int line, Value
   }
   const HeldValue *e = h->find(name);
   if (!e) raise_error(line, "Hash member %s is not declared in operator .", name.c_str());
-  result = e->get();
+  e->readInto(result);
 }
 
 void resolvePlace(Context &ctx, Node *node, Place &place) {
@@ -328,13 +328,13 @@ void readPlace(const Place &place, Value &result) {
     case Place::Element: {
       const HeldValue *h = asArray(place.container)->at(place.index);
       if (!h) raise_error(place.line, "Array range error index:=%d", shownIndex(place.index));
-      result = h->get();
+      h->readInto(result);
       return;
     }
     case Place::Key: {
       const HeldValue *e = asHash(place.container)->find(place.key);
       if (e)
-        result = e->get();
+        e->readInto(result);
       else
         result.setNull();
       return;
@@ -343,7 +343,7 @@ void readPlace(const Place &place, Value &result) {
       const HeldValue *e = asHash(place.container)->find(place.key);
       if (!e)
         raise_error(place.line, "Hash member %s is not declared in operator .", place.key.c_str());
-      result = e->get();
+      e->readInto(result);
       return;
     }
     case Place::Property:

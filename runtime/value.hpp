@@ -127,15 +127,18 @@ class Value {
 // The owning holder: elements inside containers, one 64-bit word each, so
 // that large arrays and hashes stay small. Holding an object raises `refs`.
 //
-// A word below kBoxTag is the bit pattern of a double. The negative quiet
-// NaNs from kBoxTag up carry tags in their top 16 bits and a 48-bit payload
+// A word below kBoolTag is the bit pattern of a double. The negative quiet
+// NaNs from there up carry a tag in their top 16 bits and a 48-bit payload
 // (x86-64 user addresses fit):
-//   0xFFF9  a double whose own bits lie in the tag range, in a box that only
-//           this element owns (scripts can make such NaNs with unpack and
+//   0xFFF9  a boolean in the low bit
+//   0xFFFA  null (payload 0)
+//   0xFFFE  an object
+//   0xFFFF  a double whose own bits lie in the tag range, in a box that only
+//           this element owns (scripts make such NaNs with unpack and
 //           deserial; every read gives the double back bit for bit)
-//   0xFFFA  a boolean in the low bit
-//   0xFFFB  an object, or null for a zero payload
-// Numbers, numbers-or-booleans and objects are each one unsigned compare.
+// The two tags that own something come last, so stores and destruction test
+// one compare. Adding 1 << 48 wraps the box tag to 0 and puts it below the
+// doubles: "is a number" and "is a number or boolean" are one compare too.
 class HeldValue {
   static_assert(sizeof(void *) == 8, "objects are held as 48-bit addresses");
 
@@ -161,52 +164,72 @@ class HeldValue {
     return *this;
   }
   ~HeldValue() {
-    if (bits_ >= kBoxTag) drop(bits_);
+    if (bits_ >= kObjectTag) drop(bits_);
   }
-
-  Kind kind() const {
-    return bits_ < kBoolTag ? Kind::Number : bits_ < kObjectTag ? Kind::Bool : Kind::Object;
-  }
-  bool isNumber() const { return bits_ < kBoolTag; }
-  bool isBool() const { return (bits_ & kTagMask) == kBoolTag; }
-  bool isNumeric() const { return bits_ < kObjectTag; }  // Number or Bool
-  bool isNull() const { return bits_ == kNull; }
-  bool isObject() const { return bits_ > kNull; }
-  inline bool is(ObjType t) const;
   void setNumber(double d) { replace(encodeNumber(d)); }
 
+  bool isNumber() const { return rotated() < kRotatedBool; }
+  bool isNumeric() const { return rotated() < kRotatedNull; }  // Number or Bool
+  bool isBool() const { return (bits_ >> 48) == (kBoolTag >> 48); }
+  bool isNull() const { return bits_ == kNull; }
+  bool isObject() const { return (bits_ >> 48) == (kObjectTag >> 48); }
+  inline bool is(ObjType t) const;
+  Kind kind() const { return isNumber() ? Kind::Number : bits_ < kNull ? Kind::Bool : Kind::Object; }
   // The number of a Number (1 or 0 for a Bool); 0 for an object or null.
   double number() const {
-    if (bits_ < kBoxTag) [[likely]]
+    if (bits_ < kBoolTag) [[likely]]
       return fromBits(bits_);
-    return bits_ < kBoolTag ? *box(bits_) : bits_ < kObjectTag ? double(bits_ & 1) : 0.0;
+    if (bits_ >= kBoxTag) return *box(bits_);
+    return bits_ < kNull ? double(bits_ & 1) : 0.0;
   }
   // The object held, or nullptr for a number, a boolean or null.
-  MRef *object() const { return bits_ > kNull ? pointer(bits_) : nullptr; }
+  MRef *object() const { return isObject() ? pointer(bits_) : nullptr; }
   // A locking copy, for use outside the container.
   Value get() const {
-    Value v;
-    if (bits_ < kBoxTag) [[likely]] {
-      v.number = fromBits(bits_);
-      v.kind = Kind::Number;
-    } else if (bits_ < kObjectTag) {
-      v.number = number();
-      v.kind = kind();
-    } else if (bits_ != kNull) {
-      v.object = pointer(bits_);
-      lockObject(v.object);
+    if (bits_ < kBoolTag) [[likely]]
+      return Value::num(fromBits(bits_));
+    if (isObject()) return Value(pointer(bits_));
+    if (bits_ < kNull) return Value::boolean(bits_ & 1);
+    return bits_ == kNull ? Value() : Value::num(*box(bits_));
+  }
+  // Stores a locking copy into `out`, the same as `out = get()` but
+  // without a temporary.
+  void readInto(Value &out) const {
+    MRef *old = out.object;
+    MRef *o = nullptr;
+    double n = 0;
+    Kind k = Kind::Number;
+    if (bits_ < kBoolTag) [[likely]] {
+      n = fromBits(bits_);
+    } else if (isObject()) {
+      o = pointer(bits_);
+      lockObject(o);
+      k = Kind::Object;
+    } else if (bits_ < kNull) {
+      n = double(bits_ & 1);
+      k = Kind::Bool;
+    } else if (bits_ == kNull) {
+      k = Kind::Object;
+    } else {
+      n = *box(bits_);
     }
-    return v;
+    out.object = o;
+    out.number = n;
+    out.kind = k;
+    if (old) rellockObject(old);
   }
 
  private:
-  static constexpr uint64_t kBoxTag = 0xFFF9ULL << 48;
-  static constexpr uint64_t kBoolTag = 0xFFFAULL << 48;
-  static constexpr uint64_t kObjectTag = 0xFFFBULL << 48;
-  static constexpr uint64_t kTagMask = 0xFFFFULL << 48;
-  static constexpr uint64_t kNull = kObjectTag;
-  static constexpr uint64_t kPayload = ~kTagMask;
+  static constexpr uint64_t kBoolTag = 0xFFF9ULL << 48;
+  static constexpr uint64_t kNull = 0xFFFAULL << 48;
+  static constexpr uint64_t kObjectTag = 0xFFFEULL << 48;
+  static constexpr uint64_t kBoxTag = 0xFFFFULL << 48;
+  static constexpr uint64_t kPayload = (1ULL << 48) - 1;
+  // Where booleans and null land after rotated().
+  static constexpr uint64_t kRotatedBool = 0xFFFAULL << 48;
+  static constexpr uint64_t kRotatedNull = 0xFFFBULL << 48;
 
+  uint64_t rotated() const { return bits_ + (1ULL << 48); }
   static uint64_t toBits(double d) {
     uint64_t b;
     __builtin_memcpy(&b, &d, sizeof b);
@@ -221,32 +244,33 @@ class HeldValue {
   static double *box(uint64_t b) { return reinterpret_cast<double *>(b & kPayload); }
   static uint64_t boxed(double d) { return kBoxTag | reinterpret_cast<uintptr_t>(new double(d)); }
 
-  // The word for a value; holds its object or boxes its number.
   static uint64_t encodeNumber(double d) {
     uint64_t b = toBits(d);
-    return b < kBoxTag ? b : boxed(d);
+    return b < kBoolTag ? b : boxed(d);
   }
+  // The word for a value; holds its object or boxes its number. A Bool's
+  // number is exactly 1.0 or +0.0.
   static uint64_t encode(const Value &v) {
     if (v.kind == Kind::Number) return encodeNumber(v.number);
-    if (v.kind == Kind::Bool) return kBoolTag | (v.number != 0);
+    if (v.kind == Kind::Bool) return kBoolTag | (toBits(v.number) != 0);
     if (!v.object) return kNull;
     holdObject(v.object);
     return kObjectTag | reinterpret_cast<uintptr_t>(v.object);
   }
   // A second word for the same value: the object held again, a new box.
   static uint64_t copyBits(uint64_t b) {
-    if (b >= kBoxTag) [[unlikely]] {
-      if (b < kBoolTag) return boxed(*box(b));
-      if (b > kNull) holdObject(pointer(b));
+    if (b >= kObjectTag) [[unlikely]] {
+      if (b >= kBoxTag) return boxed(*box(b));
+      holdObject(pointer(b));
     }
     return b;
   }
   // Gives up what a word owns. While the collector sweeps, it frees the
   // objects itself; boxes are never its business.
   static void drop(uint64_t b) {
-    if (b > kNull) {
+    if (b < kBoxTag) {
       if (!sweepingNow()) releaseObject(pointer(b));
-    } else if (b < kBoolTag) {
+    } else {
       delete box(b);
     }
   }
@@ -255,7 +279,7 @@ class HeldValue {
   void replace(uint64_t b) {
     uint64_t old = bits_;
     bits_ = b;
-    if (old >= kBoxTag) drop(old);
+    if (old >= kObjectTag) drop(old);
   }
 
   uint64_t bits_ = kNull;
