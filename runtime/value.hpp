@@ -174,7 +174,9 @@ class HeldValue {
   bool isNull() const { return bits_ == kNull; }
   bool isObject() const { return (bits_ >> 48) == (kObjectTag >> 48); }
   inline bool is(ObjType t) const;
-  Kind kind() const { return isNumber() ? Kind::Number : bits_ < kNull ? Kind::Bool : Kind::Object; }
+  Kind kind() const {
+    return isNumber() ? Kind::Number : bits_ < kNull ? Kind::Bool : Kind::Object;
+  }
   // The number of a Number (1 or 0 for a Bool); 0 for an object or null.
   double number() const {
     if (bits_ < kBoolTag) [[likely]]
