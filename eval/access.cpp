@@ -115,9 +115,7 @@ bool elementNumber(Node *n, double &out) {
     if (!key) return false;
     e = h->find(*key);
   }
-  if (!e || !e->isNumber()) return false;
-  out = e->number();
-  return true;
+  return e && e->numberInto(out);
 }
 
 namespace {

@@ -175,8 +175,8 @@ bool parseCount(std::string_view text, uint32_t &out) {
 // A value to pack: null (or absent) is 0; anything else goes through the
 // usual numeric conversion, so numeric strings count and other objects are NaN.
 double packNumber(const HeldValue *h) {
-  if (!h || h->isNull()) return 0.0;
-  if (h->isNumeric()) return h->number();
+  if (!h) return 0.0;
+  if (!h->isObject()) return h->number();  // 0 for null
   return toNumber(h->get());
 }
 

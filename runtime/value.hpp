@@ -184,6 +184,16 @@ class HeldValue {
     if (bits_ >= kBoxTag) return *box(bits_);
     return bits_ < kNull ? double(bits_ & 1) : 0.0;
   }
+  // The number of a Number into `out`; false for anything else.
+  bool numberInto(double &out) const {
+    if (bits_ < kBoolTag) [[likely]] {
+      out = fromBits(bits_);
+      return true;
+    }
+    if (bits_ < kBoxTag) return false;
+    out = *box(bits_);
+    return true;
+  }
   // The object held, or nullptr for a number, a boolean or null.
   MRef *object() const { return isObject() ? pointer(bits_) : nullptr; }
   // A locking copy, for use outside the container.
