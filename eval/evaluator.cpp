@@ -521,12 +521,40 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
   }
 }
 
-// The truth of a condition; a comparison of two number leaves is decided
-// without evaluating nodes or making a value.
-inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
+// Straight-line code that keeps giving up (strings joined with `+`) is
+// dropped after this many tries.
+constexpr uint32_t kNumericMisses = 16;
+
+[[gnu::noinline]] void compileNumericAt(Node *node) {
+  NumericCode *code = compileNumeric(node);
+  if (!code) {
+    node->numericState = NUMERIC_REJECTED;
+    return;
+  }
+  current->numericCode.emplace_back(code);
+  node->numeric = code;
+  node->numericState = NUMERIC_COMPILED;
+}
+
+// The tree under an arithmetic node run as straight-line code; false when it
+// has none or a leaf did not hold a number (nothing has been done then).
+inline bool numericByCode(Node *node, double &out) {
+  if (node->numericState == NUMERIC_UNTRIED) [[unlikely]]
+    compileNumericAt(node);
+  if (node->numericState != NUMERIC_COMPILED) return false;
+  if (runNumeric(*node->numeric, out)) [[likely]]
+    return true;
+  if (++node->numeric->misses >= kNumericMisses) node->numericState = NUMERIC_REJECTED;
+  return false;
+}
+
+// The truth of a condition; a comparison of two number leaves, or one with
+// code, is decided without evaluating nodes or making a value.
+[[gnu::always_inline]] inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
   if (n->opcode >= OP_EQ && n->opcode <= OP_LE) {
     double x, y;
     if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
+    if (numericByCode(n, x)) return x != 0;
   }
   evaluateNode(ctx, scratch, n);
   return truth(scratch);
@@ -649,33 +677,6 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
-// Straight-line code that keeps giving up (strings joined with `+`) is
-// dropped after this many tries.
-constexpr uint32_t kNumericMisses = 16;
-
-[[gnu::noinline]] void compileNumericAt(Node *node) {
-  NumericCode *code = compileNumeric(node);
-  if (!code) {
-    node->numericState = NUMERIC_REJECTED;
-    return;
-  }
-  current->numericCode.emplace_back(code);
-  node->numeric = code;
-  node->numericState = NUMERIC_COMPILED;
-}
-
-// The tree under an arithmetic node run as straight-line code; false when it
-// has none or a leaf did not hold a number (nothing has been done then).
-inline bool numericByCode(Node *node, double &out) {
-  if (node->numericState == NUMERIC_UNTRIED) [[unlikely]]
-    compileNumericAt(node);
-  if (node->numericState != NUMERIC_COMPILED) return false;
-  if (runNumeric(*node->numeric, out)) [[likely]]
-    return true;
-  if (++node->numeric->misses >= kNumericMisses) node->numericState = NUMERIC_REJECTED;
-  return false;
-}
-
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
 void execArith(Context &ctx, Value &result, Node *node) {
@@ -731,6 +732,13 @@ bool isNullOperand(Context &ctx, Node *n) {
 
 template <int Op>
 void execCompare(Context &ctx, Value &result, Node *node) {
+  {
+    double out;
+    if (numericByCode(node, out)) {
+      result.setBool(out != 0);
+      return;
+    }
+  }
   if constexpr (Op == OP_EQ || Op == OP_NE) {
     Node *other = node->right->opcode == OP_NULL  ? node->left
                   : node->left->opcode == OP_NULL ? node->right
@@ -838,17 +846,15 @@ void execFor(Context &ctx, Value &result, Node *node) {
 
 // `&&` (Stop false) and `||` (Stop true): the right operand runs only when
 // the left one does not decide.
+// The operands are tested as conditions: only their truth is needed.
 template <bool Stop>
 void execLogical(Context &ctx, Value &result, Node *node) {
-  Value a;
-  evaluateNode(ctx, a, node->left);
-  if (truth(a) == Stop) {
+  Value scratch;
+  if (testCondition(ctx, node->left, scratch) == Stop) {
     result.setBool(Stop);
     return;
   }
-  Value b;
-  evaluateNode(ctx, b, node->right);
-  result.setBool(truth(b));
+  result.setBool(testCondition(ctx, node->right, scratch));
 }
 
 void execNot(Context &ctx, Value &result, Node *node) {
