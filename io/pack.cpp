@@ -293,6 +293,7 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
   out.fields.clear();
   out.size = 0;
   out.named = 0;
+  out.elements = 0;
   out.record.clear();
   out.recordBuilt = false;
   TemplateLexer lex(text);
@@ -314,17 +315,17 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
     if (f.code == 0) return false;
     f.offset = out.size;
     out.fields.push_back(f);
-    if (!f.name.empty()) out.named++;
+    if (!f.name.empty()) {
+      out.named++;
+      out.elements += f.count;
+    }
     out.size += typeSize(f.code) * (f.count ? f.count : 1);
   } while (!lex.onlySpaceLeft());
   return true;
 }
 
 bool unpackFitsMemory(const PackTemplate &t) {
-  uint64_t elements = 0;
-  for (const PackField &f : t.fields)
-    if (!f.name.empty()) elements += f.count;
-  return !beyondMemory(elements, sizeof(HeldValue));
+  return !beyondMemory(t.elements, sizeof(HeldValue));
 }
 
 bool packFitsMemory(const PackTemplate &t) { return !beyondMemory(t.size, 1); }
@@ -375,10 +376,12 @@ HeldValue &recordValue(PackTemplate &t, uint32_t entry) {
   return const_cast<HeldValue &>(t.record.unordered()[entry].second);
 }
 
+// Field names are short: comparing them in place beats calling memcmp.
 bool sameName(const std::string &key, std::string_view name) {
-  return key.size() == name.size() &&
-         (name.empty() ||
-          (key[0] == name[0] && std::memcmp(key.data(), name.data(), name.size()) == 0));
+  if (key.size() != name.size()) return false;
+  for (size_t i = 0; i < name.size(); i++)
+    if (key[i] != name[i]) return false;
+  return true;
 }
 
 // The value of a field's name in `values`. Records are mostly packed from

@@ -46,8 +46,9 @@ struct PackField {
 // A parsed template; it refers to the text it was parsed from.
 struct PackTemplate {
   std::vector<PackField> fields;
-  uint64_t size = 0;  // bytes of one record: what pksize() returns
-  size_t named = 0;   // fields with a name: the entries of unpack()'s hash
+  uint64_t size = 0;      // bytes of one record: what pksize() returns
+  size_t named = 0;       // fields with a name: the entries of unpack()'s hash
+  uint64_t elements = 0;  // array values of the named fields: what unpack() allocates
   // unpack()'s hash without its values, built by the first unpack and copied
   // by every one: copying the keys costs less than entering them one by one.
   HashTable record;
