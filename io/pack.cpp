@@ -242,10 +242,12 @@ bool parseCount(std::string_view text, uint32_t &out) {
 
 // A value to pack: null (or absent) is 0; anything else goes through the
 // usual numeric conversion, so numeric strings count and other objects are NaN.
-double packNumber(const HeldValue *h) {
-  if (!h || h->isNull()) return 0.0;
-  if (h->kind != Kind::Object) return h->number;
-  return toNumber(h->get());
+// Objects are rare in records: their conversion stays out of line.
+[[gnu::noinline]] double objectNumber(const HeldValue &h) { return toNumber(h.get()); }
+
+inline double packNumber(const HeldValue &h) {
+  if (h.kind != Kind::Object) return h.number;
+  return h.object ? objectNumber(h) : 0.0;
 }
 
 }  // namespace
@@ -447,21 +449,24 @@ Value unpackRecord(PackTemplate &t, std::string_view data) {
 }
 
 std::string packRecord(PackTemplate &t, const MHash &values) {
+  // Zero is encoded as zero bytes in every type, so values that are
+  // missing or null need no writing.
   std::string out(t.size, '\0');
   char *p = out.data();
   for (PackField &f : t.fields) {
     size_t size = typeSize(f.code);
     const HeldValue *v = fieldValue(values, f);
     if (f.count == 0) {
-      encodeAt(f.code, packNumber(v), p);
+      if (v) encodeAt(f.code, packNumber(*v), p);
       p += size;
       continue;
     }
     const MArray *arr = v && v->object && v->object->type == ObjType::Array
                             ? static_cast<MArray *>(v->object)
                             : nullptr;
-    for (uint32_t i = 0; i < f.count; i++, p += size)
-      encodeAt(f.code, packNumber(arr ? arr->at(i) : nullptr), p);
+    size_t given = arr ? std::min<size_t>(f.count, arr->size()) : 0;
+    for (size_t i = 0; i < given; i++) encodeAt(f.code, packNumber(arr->items[i]), p + i * size);
+    p += f.count * size;
   }
   return out;
 }
