@@ -12,6 +12,7 @@
 #include "eval/frames.hpp"
 #include "runtime/error.hpp"
 #include "eval/funcref.hpp"
+#include "eval/numeric_code.hpp"
 #include "eval/operators.hpp"
 #include "eval/regex_ops.hpp"
 #include "frontend/symbols.hpp"
@@ -648,9 +649,43 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
+// Straight-line code that keeps giving up (strings joined with `+`) is
+// dropped after this many tries.
+constexpr uint32_t kNumericMisses = 16;
+
+[[gnu::noinline]] void compileNumericAt(Node *node) {
+  NumericCode *code = compileNumeric(node);
+  if (!code) {
+    node->numericState = NUMERIC_REJECTED;
+    return;
+  }
+  current->numericCode.emplace_back(code);
+  node->numeric = code;
+  node->numericState = NUMERIC_COMPILED;
+}
+
+// The tree under an arithmetic node run as straight-line code; false when it
+// has none or a leaf did not hold a number (nothing has been done then).
+inline bool numericByCode(Node *node, double &out) {
+  if (node->numericState == NUMERIC_UNTRIED) [[unlikely]]
+    compileNumericAt(node);
+  if (node->numericState != NUMERIC_COMPILED) return false;
+  if (runNumeric(*node->numeric, out)) [[likely]]
+    return true;
+  if (++node->numeric->misses >= kNumericMisses) node->numericState = NUMERIC_REJECTED;
+  return false;
+}
+
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
 void execArith(Context &ctx, Value &result, Node *node) {
+  {
+    double out;
+    if (numericByCode(node, out)) {
+      result.setNumber(out);
+      return;
+    }
+  }
   // Leaves are read without a call; a leaf's number is taken before
   // the right side runs, as evaluating it into a value would.
   double x, y;

@@ -1,10 +1,12 @@
 // The tree-walking evaluator.
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
 #include "eval/context.hpp"
+#include "eval/numeric_code.hpp"
 #include "frontend/functions.hpp"
 #include "frontend/node.hpp"
 
@@ -39,6 +41,8 @@ struct EvaluatorState {
   // so their static variables persist like those of top-level functions.
   std::unordered_map<FunctionDef *, FuncInfo *> nestedFunctions;
   bool finalCleanupDone = false;
+  // The straight-line code of arithmetic trees, owned here; nodes point at it.
+  std::vector<std::unique_ptr<NumericCode>> numericCode;
   EvaluatorState();
   ~EvaluatorState();
   EvaluatorState(const EvaluatorState &) = delete;

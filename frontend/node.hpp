@@ -126,6 +126,7 @@ struct Control {
   Node *a = nullptr, *b = nullptr, *c = nullptr, *d = nullptr;
 };
 struct FrameLayout;
+struct NumericCode;
 struct FunctionDef {
   Name *name = nullptr;
   std::vector<Name *> params;
@@ -171,6 +172,10 @@ struct token_tag__ {
   int32_t candidate[3] = {0, 0, 0};
   uint8_t candidates = 0;
   bool resolved = false;
+  // Arithmetic nodes: whether the tree under the node has straight-line code
+  // (eval/numeric_code.hpp), made the first time the node runs.
+  uint8_t numericState = 0;
+  NumericCode *numeric = nullptr;
 };
 
 // Shapes the grammar builds where the opcode alone does not say:

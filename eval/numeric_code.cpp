@@ -1,0 +1,145 @@
+#include "eval/numeric_code.hpp"
+
+#include "eval/access.hpp"
+#include "eval/operators.hpp"
+
+namespace marl {
+
+namespace {
+
+// Steps: a push, or an operator applied to the top two entries (Stack), to
+// the top and a constant (Const), or to the top and a leaf read in place
+// (Leaf).
+enum StepCode : uint8_t {
+  PUSH_CONST,
+  PUSH_LEAF,
+  NEGATE,
+#define MARL_NUMERIC_OP(name) name##_STACK, name##_CONST, name##_LEAF,
+  MARL_NUMERIC_OP(ADD) MARL_NUMERIC_OP(SUB) MARL_NUMERIC_OP(MUL) MARL_NUMERIC_OP(DIV)
+      MARL_NUMERIC_OP(MOD) MARL_NUMERIC_OP(IDIV) MARL_NUMERIC_OP(POW)
+#undef MARL_NUMERIC_OP
+};
+
+// Trees deeper than this are left to the evaluator (their subtrees still get
+// code of their own), which also bounds the stack of the runner.
+constexpr int kMaxDepth = 16;
+constexpr size_t kMaxSteps = 64;
+
+bool isArith(int op) { return op >= OP_ADD && op <= OP_POW; }
+
+bool isLeaf(const Node *n) {
+  if (n->opcode == OP_NUMBER || n->opcode == OP_NAME) return true;
+  // Elements as elementNumber reads them: a named container, a leaf index.
+  return n->opcode == OP_INDEX && n->left->opcode == OP_NAME &&
+         (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME ||
+          n->right->opcode == OP_STRING);
+}
+
+uint8_t operatorBase(int op) {
+  static_assert(OP_SUB == OP_ADD + 1 && OP_MUL == OP_ADD + 2 && OP_DIV == OP_ADD + 3 &&
+                OP_MOD == OP_ADD + 4 && OP_IDIV == OP_ADD + 5 && OP_POW == OP_ADD + 6);
+  return static_cast<uint8_t>(ADD_STACK + 3 * (op - OP_ADD));
+}
+
+NumericStep leafStep(Node *n) {
+  NumericStep s{};
+  s.line = n->line;
+  if (n->opcode == OP_NUMBER) {
+    s.code = PUSH_CONST;
+    s.constant = n->number;
+  } else {
+    s.code = PUSH_LEAF;
+    s.leaf = n;
+  }
+  return s;
+}
+
+class Compiler {
+ public:
+  std::vector<NumericStep> steps;
+  int operators = 0;
+
+  bool emit(Node *n, int depth) {
+    if (depth > kMaxDepth || steps.size() >= kMaxSteps) return false;
+    if (isLeaf(n)) {
+      steps.push_back(leafStep(n));
+      return true;
+    }
+    if (n->opcode == OP_NEG) {
+      if (!emit(n->left, depth + 1)) return false;
+      steps.push_back(NumericStep{NEGATE, n->line, {0.0}});
+      operators++;
+      return true;
+    }
+    if (!isArith(n->opcode)) return false;
+    if (!emit(n->left, depth + 1)) return false;
+    uint8_t base = operatorBase(n->opcode);
+    operators++;
+    // A leaf on the right is folded into the operator's step.
+    if (isLeaf(n->right)) {
+      NumericStep s = leafStep(n->right);
+      s.code = static_cast<uint8_t>(s.code == PUSH_CONST ? base + 1 : base + 2);
+      s.line = n->line;
+      steps.push_back(s);
+      return true;
+    }
+    if (!emit(n->right, depth + 1)) return false;
+    steps.push_back(NumericStep{base, n->line, {0.0}});
+    return true;
+  }
+};
+
+}  // namespace
+
+NumericCode *compileNumeric(Node *root) {
+  Compiler c;
+  // One operator on leaves is as fast through its handler.
+  if (!c.emit(root, 0) || c.operators < 2) return nullptr;
+  auto *code = new NumericCode();
+  code->steps = std::move(c.steps);
+  return code;
+}
+
+bool runNumeric(const NumericCode &code, double &out) {
+  double stack[kMaxDepth + 2];
+  double *top = stack;  // the next free entry
+  double y;
+  for (const NumericStep &s : code.steps) {
+    switch (s.code) {
+      case PUSH_CONST:
+        *top++ = s.constant;
+        break;
+      case PUSH_LEAF:
+        if (!numberOperand(s.leaf, *top)) return false;
+        top++;
+        break;
+      case NEGATE:
+        top[-1] = -top[-1];
+        break;
+#define MARL_NUMERIC_OP(name)                                           \
+  case name##_STACK:                                                    \
+    top--;                                                              \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], top[0]);            \
+    break;                                                              \
+  case name##_CONST:                                                    \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], s.constant);        \
+    break;                                                              \
+  case name##_LEAF:                                                     \
+    if (!numberOperand(s.leaf, y)) return false;                        \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], y);                 \
+    break;
+        MARL_NUMERIC_OP(ADD)
+        MARL_NUMERIC_OP(SUB)
+        MARL_NUMERIC_OP(MUL)
+        MARL_NUMERIC_OP(DIV)
+        MARL_NUMERIC_OP(MOD)
+        MARL_NUMERIC_OP(IDIV)
+        MARL_NUMERIC_OP(POW)
+#undef MARL_NUMERIC_OP
+    }
+  }
+  out = stack[0];
+  return true;
+}
+
+}  // namespace marl
