@@ -789,6 +789,14 @@ void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, n
 void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
 
 void execBlock(Context &ctx, Value &result, Node *node) {
+  if (node->scopeless) {
+    result.setNull();
+    for (Node *s = node->left; s; s = s->next) {
+      evaluateNode(ctx, result, s);
+      if (ctx.jump != JUMP_NONE) return;
+    }
+    return;
+  }
   ScopeGuard scope;
   pushBlockScope(node);
   result.setNull();

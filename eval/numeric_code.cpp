@@ -129,7 +129,24 @@ NumericCode *compileNumeric(Node *root) {
   return code;
 }
 
+namespace {
+
+// A leaf's number, with the running frame looked up once per run: nothing
+// a step does can change it.
+inline bool leafNumber(Frame *f, Node *n, double &out) {
+  if (n->opcode == OP_NAME) {
+    Symbol *s = variableIn(f, n);
+    if (!s || !s->value.isNumber()) return false;
+    out = s->value.number;
+    return true;
+  }
+  return elementNumber(n, out);
+}
+
+}  // namespace
+
 bool runNumeric(const NumericCode &code, double &out) {
+  Frame *f = runningFrame();
   double stack[kMaxDepth + 2];
   double *top = stack;  // the next free entry
   double y;
@@ -139,7 +156,7 @@ bool runNumeric(const NumericCode &code, double &out) {
         *top++ = s.constant;
         break;
       case PUSH_LEAF:
-        if (!numberOperand(s.leaf, *top)) return false;
+        if (!leafNumber(f, s.leaf, *top)) return false;
         top++;
         break;
       case NEGATE:
@@ -154,7 +171,7 @@ bool runNumeric(const NumericCode &code, double &out) {
     top[-1] = numericOp(s.line, OP_##name, top[-1], s.constant); \
     break;                                                       \
   case name##_LEAF:                                              \
-    if (!numberOperand(s.leaf, y)) return false;                 \
+    if (!leafNumber(f, s.leaf, y)) return false;                 \
     top[-1] = numericOp(s.line, OP_##name, top[-1], y);          \
     break;
         MARL_NUMERIC_OP(ADD)
@@ -173,9 +190,11 @@ bool runNumeric(const NumericCode &code, double &out) {
         top[-1] = numericCompare(code.comparison, top[-1], s.constant);
         break;
       case COMPARE_LEAF:
-        if (!numberOperand(s.leaf, y)) return false;
+        if (!leafNumber(f, s.leaf, y)) return false;
         top[-1] = numericCompare(code.comparison, top[-1], y);
         break;
+      default:
+        __builtin_unreachable();
     }
   }
   out = stack[0];
