@@ -249,6 +249,19 @@ inline void enterCall(int line) {
   if (stepBudgetOn) takeStep(line);
 }
 
+// A statement whose value nobody reads: a loop's body or step. `i++` on a
+// variable holding a number just adds; everything else is evaluated.
+inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
+  if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    if (s && s->value.isNumber()) {
+      s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+      return;
+    }
+  }
+  evaluateNode(ctx, scratch, n);
+}
+
 // Runs the body of a script function whose frame runs, with its parameter
 // scope open and set; the body block is opened here rather than through its
 // node: the same scopes a call has always had, one dispatch fewer.
@@ -814,13 +827,26 @@ void execIf(Context &ctx, Value &result, Node *node) {
     result.setNull();
 }
 
+// A loop's body; the statements of a block that opens no scope run here
+// directly, each as a statement whose value is not read.
+inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
+  if (body->opcode == OP_BLOCK && body->scopeless) {
+    for (Node *s = body->left; s; s = s->next) {
+      evaluateDiscarded(ctx, scratch, s);
+      if (ctx.jump != JUMP_NONE) return;
+    }
+    return;
+  }
+  evaluateDiscarded(ctx, scratch, body);
+}
+
 void execWhile(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Value cond, body;
   bool continuing;
   for (;;) {
     if (!testCondition(ctx, c->a, cond)) break;
-    if (c->b) evaluateNode(ctx, body, c->b);
+    if (c->b) runLoopBody(ctx, body, c->b);
     if (loopShouldExit(ctx, continuing)) break;
   }
   result.setNull();
@@ -845,9 +871,9 @@ void execFor(Context &ctx, Value &result, Node *node) {
   if (c->a) evaluateNode(ctx, tmp, c->a);
   for (;;) {
     if (c->b && !testCondition(ctx, c->b, cond)) break;
-    if (c->d) evaluateNode(ctx, body, c->d);
+    if (c->d) runLoopBody(ctx, body, c->d);
     if (loopShouldExit(ctx, continuing)) break;
-    if (c->c) evaluateNode(ctx, tmp, c->c);
+    if (c->c) evaluateDiscarded(ctx, tmp, c->c);
   }
   result.setNull();
 }
