@@ -670,12 +670,30 @@ void execString(Context &, Value &result, Node *node) {
 
 void execCall(Context &ctx, Value &result, Node *node) { evalCall(ctx, result, node); }
 
+// `a[i] = v` on a named array with a number leaf index within its length:
+// the store, without a place. False (nothing done) otherwise.
+inline bool storeElementInPlace(Node *target, const Value &v) {
+  if (target->left->opcode != OP_NAME) return false;
+  double d;
+  if (!numberLeaf(target->right, d)) return false;
+  Symbol *s = variableAt(target->left);
+  MArray *a = s ? asArray(s->value) : nullptr;
+  // Below 0 the index truncates toward zero: the general path decides.
+  if (!a || !(d >= 0 && d < static_cast<double>(a->size()))) return false;
+  a->set(static_cast<long long>(d), v);
+  return true;
+}
+
 void execAssign(Context &ctx, Value &result, Node *node) {
   Value v;
   evaluateNode(ctx, v, node->right);
   if (node->left->opcode == OP_NAME) {
     // The value runs first; only then is the target looked up (or declared).
     variableForAssignment(node->left)->value = v;
+    result = std::move(v);
+    return;
+  }
+  if (node->left->opcode == OP_INDEX && storeElementInPlace(node->left, v)) {
     result = std::move(v);
     return;
   }
