@@ -334,8 +334,9 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
 }
 
 void evalCall(Context &ctx, Value &result, Node *node) {
+  func_data *fd = nullptr;
   if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
-    func_data *fd = node->cachedFunc;
+    fd = node->cachedFunc;
     if (fd && fd->def && callInPlace(ctx, result, node, fd)) return;
   }
   size_t argc = countList(node->left);
@@ -343,6 +344,14 @@ void evalCall(Context &ctx, Value &result, Node *node) {
   Value *argv = buf.data();
   size_t i = 0;
   for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
+  if (fd && fd->handler && node->cacheGen == functionGeneration()) {
+    // A built-in the site has cached, and no argument redefined functions:
+    // what call_function does for it, without finding it again.
+    enterCall(node->line);
+    result.setNull();
+    fd->handler(ctx, node->line, buf.args(), result);
+    return;
+  }
   callEvaluated(ctx, result, node, buf.args());
 }
 
