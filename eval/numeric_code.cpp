@@ -96,7 +96,16 @@ class Compiler {
 
 }  // namespace
 
+namespace {
+
 bool isComparison(int op) { return op >= OP_EQ && op <= OP_LE; }
+
+bool readsLeaf(uint8_t code) {
+  if (code == PUSH_LEAF || code == COMPARE_LEAF) return true;
+  return code >= ADD_STACK && code <= POW_LEAF && (code - ADD_STACK) % 3 == 2;
+}
+
+}  // namespace
 
 NumericCode *compileNumeric(Node *root) {
   Compiler c;
@@ -120,8 +129,12 @@ NumericCode *compileNumeric(Node *root) {
   } else if (!c.emit(root, 0)) {
     c.steps.clear();
   }
-  // One operator on leaves is as fast through its handler.
-  if (c.steps.empty() || c.operators < 2) {
+  // One operator on leaves is as fast through its handler, except a
+  // condition on an element, which the handler reads into a value first.
+  bool element = false;
+  for (const NumericStep &s : c.steps)
+    if (code->comparison && readsLeaf(s.code) && s.leaf->opcode == OP_INDEX) element = true;
+  if (c.steps.empty() || (c.operators < 2 && !element)) {
     delete code;
     return nullptr;
   }
