@@ -14,9 +14,9 @@ namespace {
 
 // The parsed template, reused across calls; a bad one names the built-in.
 // The result is valid until the next template is looked up.
-const PackTemplate &parsedOrRaise(int line, const std::string &text, const char *who) {
+PackTemplate &parsedOrRaise(int line, const std::string &text, const char *who) {
   thread_local TemplateCache cache;
-  const PackTemplate *t = cache.lookup(text);
+  PackTemplate *t = cache.lookup(text);
   if (!t) raise_error(line, "Bad template in %s()", who);
   return *t;
 }
@@ -29,7 +29,7 @@ void bi_pksize(Context &, int line, const Args &a, Value &r) {
 void bi_unpack(Context &, int line, const Args &a, Value &r) {
   const std::string &text = argString(line, a[0]);
   const std::string &data = argString(line, a[1]);
-  const PackTemplate &t = parsedOrRaise(line, text, "unpack");
+  PackTemplate &t = parsedOrRaise(line, text, "unpack");
   if (!unpackFitsMemory(t)) raise_error(line, "Not enough memory in unpack()");
   r = unpackRecord(t, data);
 }
@@ -38,7 +38,7 @@ void bi_pack(Context &, int line, const Args &a, Value &r) {
   const std::string &text = argString(line, a[0]);
   MHash *values = asHash(a[1]);
   if (!values) raise_error(line, "Bad argument in pack()");
-  const PackTemplate &t = parsedOrRaise(line, text, "pack");
+  PackTemplate &t = parsedOrRaise(line, text, "pack");
   if (!packFitsMemory(t)) raise_error(line, "Not enough memory in pack()");
   r = makeString(packRecord(t, *values));
 }

@@ -36,7 +36,7 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
 
 // The container a name node holds, read in place: only when the index is a
 // leaf, since a general index expression could reassign the name first.
-const Value *containerInPlace(Node *node) {
+[[gnu::always_inline]] inline const Value *containerInPlace(Node *node) {
   if (node->left->opcode != OP_NAME) return nullptr;
   int op = node->right->opcode;
   if (op != OP_NUMBER && op != OP_NAME && op != OP_STRING) return nullptr;

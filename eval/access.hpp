@@ -39,11 +39,11 @@ void resolvePlace(Context &ctx, Node *node, Place &place);
 void readPlace(const Place &place, Value &result);
 void writePlace(Place &place, const Value &value);
 
-// The variable a name node denotes (null when not declared). A resolved
+// The variable a name node denotes (null when not declared) while frame `f`
+// runs. A resolved
 // name is held by one of its candidate slots or is a global, unless text
 // run by eval has declared names the resolver never saw in this frame.
-inline Symbol *variableAt(Node *nameNode) {
-  Frame *f = runningFrame();
+inline Symbol *variableIn(Frame *f, Node *nameNode) {
   if (nameNode->resolved && f->dynamic == 0) [[likely]] {
     for (int k = 0; k < nameNode->candidates; k++) {
       Symbol *s = &f->slots[nameNode->candidate[k]];
@@ -57,6 +57,7 @@ inline Symbol *variableAt(Node *nameNode) {
   }
   return lookupVariable(nameNode->payload.name);
 }
+inline Symbol *variableAt(Node *nameNode) { return variableIn(runningFrame(), nameNode); }
 // A number literal or a name holding a number (not a boolean): its value
 // without evaluating a node. Reading either has no side
 // effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a

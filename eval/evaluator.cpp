@@ -249,6 +249,19 @@ inline void enterCall(int line) {
   if (stepBudgetOn) takeStep(line);
 }
 
+// A statement whose value nobody reads: a loop's body or step. `i++` on a
+// variable holding a number just adds; everything else is evaluated.
+inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
+  if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    if (s && s->value.isNumber()) {
+      s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+      return;
+    }
+  }
+  evaluateNode(ctx, scratch, n);
+}
+
 // Runs the body of a script function whose frame runs, with its parameter
 // scope open and set; the body block is opened here rather than through its
 // node: the same scopes a call has always had, one dispatch fewer.
@@ -321,8 +334,9 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
 }
 
 void evalCall(Context &ctx, Value &result, Node *node) {
+  func_data *fd = nullptr;
   if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
-    func_data *fd = node->cachedFunc;
+    fd = node->cachedFunc;
     if (fd && fd->def && callInPlace(ctx, result, node, fd)) return;
   }
   size_t argc = countList(node->left);
@@ -330,6 +344,14 @@ void evalCall(Context &ctx, Value &result, Node *node) {
   Value *argv = buf.data();
   size_t i = 0;
   for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
+  if (fd && fd->handler && node->cacheGen == functionGeneration()) {
+    // A built-in the site has cached, and no argument redefined functions:
+    // what call_function does for it, without finding it again.
+    enterCall(node->line);
+    result.setNull();
+    fd->handler(ctx, node->line, buf.args(), result);
+    return;
+  }
   callEvaluated(ctx, result, node, buf.args());
 }
 
@@ -521,12 +543,40 @@ bool chainLink(int op, int line, const Value &a, const Value &b) {
   }
 }
 
-// The truth of a condition; a comparison of two number leaves is decided
-// without evaluating nodes or making a value.
-inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
+// Straight-line code that keeps giving up (strings joined with `+`) is
+// dropped after this many tries.
+constexpr uint32_t kNumericMisses = 16;
+
+[[gnu::noinline]] void compileNumericAt(Node *node) {
+  NumericCode *code = compileNumeric(node);
+  if (!code) {
+    node->numericState = NUMERIC_REJECTED;
+    return;
+  }
+  current->numericCode.emplace_back(code);
+  node->numeric = code;
+  node->numericState = NUMERIC_COMPILED;
+}
+
+// The tree under an arithmetic node run as straight-line code; false when it
+// has none or a leaf did not hold a number (nothing has been done then).
+inline bool numericByCode(Node *node, double &out) {
+  if (node->numericState == NUMERIC_UNTRIED) [[unlikely]]
+    compileNumericAt(node);
+  if (node->numericState != NUMERIC_COMPILED) return false;
+  if (runNumeric(*node->numeric, out)) [[likely]]
+    return true;
+  if (++node->numeric->misses >= kNumericMisses) node->numericState = NUMERIC_REJECTED;
+  return false;
+}
+
+// The truth of a condition; a comparison of two number leaves, or one with
+// code, is decided without evaluating nodes or making a value.
+[[gnu::always_inline]] inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
   if (n->opcode >= OP_EQ && n->opcode <= OP_LE) {
     double x, y;
     if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
+    if (numericByCode(n, x)) return x != 0;
   }
   evaluateNode(ctx, scratch, n);
   return truth(scratch);
@@ -629,12 +679,30 @@ void execString(Context &, Value &result, Node *node) {
 
 void execCall(Context &ctx, Value &result, Node *node) { evalCall(ctx, result, node); }
 
+// `a[i] = v` on a named array with a number leaf index within its length:
+// the store, without a place. False (nothing done) otherwise.
+inline bool storeElementInPlace(Node *target, const Value &v) {
+  if (target->left->opcode != OP_NAME) return false;
+  double d;
+  if (!numberLeaf(target->right, d)) return false;
+  Symbol *s = variableAt(target->left);
+  MArray *a = s ? asArray(s->value) : nullptr;
+  // Below 0 the index truncates toward zero: the general path decides.
+  if (!a || !(d >= 0 && d < static_cast<double>(a->size()))) return false;
+  a->set(static_cast<long long>(d), v);
+  return true;
+}
+
 void execAssign(Context &ctx, Value &result, Node *node) {
   Value v;
   evaluateNode(ctx, v, node->right);
   if (node->left->opcode == OP_NAME) {
     // The value runs first; only then is the target looked up (or declared).
     variableForAssignment(node->left)->value = v;
+    result = std::move(v);
+    return;
+  }
+  if (node->left->opcode == OP_INDEX && storeElementInPlace(node->left, v)) {
     result = std::move(v);
     return;
   }
@@ -648,33 +716,6 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 }
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
-
-// Straight-line code that keeps giving up (strings joined with `+`) is
-// dropped after this many tries.
-constexpr uint32_t kNumericMisses = 16;
-
-[[gnu::noinline]] void compileNumericAt(Node *node) {
-  NumericCode *code = compileNumeric(node);
-  if (!code) {
-    node->numericState = NUMERIC_REJECTED;
-    return;
-  }
-  current->numericCode.emplace_back(code);
-  node->numeric = code;
-  node->numericState = NUMERIC_COMPILED;
-}
-
-// The tree under an arithmetic node run as straight-line code; false when it
-// has none or a leaf did not hold a number (nothing has been done then).
-inline bool numericByCode(Node *node, double &out) {
-  if (node->numericState == NUMERIC_UNTRIED) [[unlikely]]
-    compileNumericAt(node);
-  if (node->numericState != NUMERIC_COMPILED) return false;
-  if (runNumeric(*node->numeric, out)) [[likely]]
-    return true;
-  if (++node->numeric->misses >= kNumericMisses) node->numericState = NUMERIC_REJECTED;
-  return false;
-}
 
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
@@ -731,6 +772,13 @@ bool isNullOperand(Context &ctx, Node *n) {
 
 template <int Op>
 void execCompare(Context &ctx, Value &result, Node *node) {
+  {
+    double out;
+    if (numericByCode(node, out)) {
+      result.setBool(out != 0);
+      return;
+    }
+  }
   if constexpr (Op == OP_EQ || Op == OP_NE) {
     Node *other = node->right->opcode == OP_NULL  ? node->left
                   : node->left->opcode == OP_NULL ? node->right
@@ -781,6 +829,14 @@ void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, n
 void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
 
 void execBlock(Context &ctx, Value &result, Node *node) {
+  if (node->scopeless) {
+    result.setNull();
+    for (Node *s = node->left; s; s = s->next) {
+      evaluateNode(ctx, result, s);
+      if (ctx.jump != JUMP_NONE) return;
+    }
+    return;
+  }
   ScopeGuard scope;
   pushBlockScope(node);
   result.setNull();
@@ -798,13 +854,26 @@ void execIf(Context &ctx, Value &result, Node *node) {
     result.setNull();
 }
 
+// A loop's body; the statements of a block that opens no scope run here
+// directly, each as a statement whose value is not read.
+inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
+  if (body->opcode == OP_BLOCK && body->scopeless) {
+    for (Node *s = body->left; s; s = s->next) {
+      evaluateDiscarded(ctx, scratch, s);
+      if (ctx.jump != JUMP_NONE) return;
+    }
+    return;
+  }
+  evaluateDiscarded(ctx, scratch, body);
+}
+
 void execWhile(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Value cond, body;
   bool continuing;
   for (;;) {
     if (!testCondition(ctx, c->a, cond)) break;
-    if (c->b) evaluateNode(ctx, body, c->b);
+    if (c->b) runLoopBody(ctx, body, c->b);
     if (loopShouldExit(ctx, continuing)) break;
   }
   result.setNull();
@@ -829,26 +898,24 @@ void execFor(Context &ctx, Value &result, Node *node) {
   if (c->a) evaluateNode(ctx, tmp, c->a);
   for (;;) {
     if (c->b && !testCondition(ctx, c->b, cond)) break;
-    if (c->d) evaluateNode(ctx, body, c->d);
+    if (c->d) runLoopBody(ctx, body, c->d);
     if (loopShouldExit(ctx, continuing)) break;
-    if (c->c) evaluateNode(ctx, tmp, c->c);
+    if (c->c) evaluateDiscarded(ctx, tmp, c->c);
   }
   result.setNull();
 }
 
 // `&&` (Stop false) and `||` (Stop true): the right operand runs only when
 // the left one does not decide.
+// The operands are tested as conditions: only their truth is needed.
 template <bool Stop>
 void execLogical(Context &ctx, Value &result, Node *node) {
-  Value a;
-  evaluateNode(ctx, a, node->left);
-  if (truth(a) == Stop) {
+  Value scratch;
+  if (testCondition(ctx, node->left, scratch) == Stop) {
     result.setBool(Stop);
     return;
   }
-  Value b;
-  evaluateNode(ctx, b, node->right);
-  result.setBool(truth(b));
+  result.setBool(testCondition(ctx, node->right, scratch));
 }
 
 void execNot(Context &ctx, Value &result, Node *node) {

@@ -18,6 +18,11 @@ enum StepCode : uint8_t {
   MARL_NUMERIC_OP(ADD) MARL_NUMERIC_OP(SUB) MARL_NUMERIC_OP(MUL) MARL_NUMERIC_OP(DIV)
       MARL_NUMERIC_OP(MOD) MARL_NUMERIC_OP(IDIV) MARL_NUMERIC_OP(POW)
 #undef MARL_NUMERIC_OP
+  // The comparison at the root of a condition: the top two entries, or the
+  // top and a constant or a leaf; the result is 1 or 0.
+  COMPARE_STACK,
+  COMPARE_CONST,
+  COMPARE_LEAF,
 };
 
 // Trees deeper than this are left to the evaluator (their subtrees still get
@@ -91,16 +96,70 @@ class Compiler {
 
 }  // namespace
 
+namespace {
+
+bool isComparison(int op) { return op >= OP_EQ && op <= OP_LE; }
+
+bool readsLeaf(uint8_t code) {
+  if (code == PUSH_LEAF || code == COMPARE_LEAF) return true;
+  return code >= ADD_STACK && code <= POW_LEAF && (code - ADD_STACK) % 3 == 2;
+}
+
+}  // namespace
+
 NumericCode *compileNumeric(Node *root) {
   Compiler c;
-  // One operator on leaves is as fast through its handler.
-  if (!c.emit(root, 0) || c.operators < 2) return nullptr;
   auto *code = new NumericCode();
+  if (isComparison(root->opcode)) {
+    // A comparison of two arithmetic trees (`x * x + y * y <= 4.0`).
+    code->comparison = static_cast<uint8_t>(root->opcode);
+    c.operators++;
+    if (!c.emit(root->left, 1)) c.steps.clear();
+    if (!c.steps.empty()) {
+      if (isLeaf(root->right)) {
+        NumericStep s = leafStep(root->right);
+        s.code = s.code == PUSH_CONST ? COMPARE_CONST : COMPARE_LEAF;
+        c.steps.push_back(s);
+      } else if (c.emit(root->right, 1)) {
+        c.steps.push_back(NumericStep{COMPARE_STACK, root->line, {0.0}});
+      } else {
+        c.steps.clear();
+      }
+    }
+  } else if (!c.emit(root, 0)) {
+    c.steps.clear();
+  }
+  // One operator on leaves is as fast through its handler, except a
+  // condition on an element, which the handler reads into a value first.
+  bool element = false;
+  for (const NumericStep &s : c.steps)
+    if (code->comparison && readsLeaf(s.code) && s.leaf->opcode == OP_INDEX) element = true;
+  if (c.steps.empty() || (c.operators < 2 && !element)) {
+    delete code;
+    return nullptr;
+  }
   code->steps = std::move(c.steps);
   return code;
 }
 
+namespace {
+
+// A leaf's number, with the running frame looked up once per run: nothing
+// a step does can change it.
+inline bool leafNumber(Frame *f, Node *n, double &out) {
+  if (n->opcode == OP_NAME) {
+    Symbol *s = variableIn(f, n);
+    if (!s || !s->value.isNumber()) return false;
+    out = s->value.number;
+    return true;
+  }
+  return elementNumber(n, out);
+}
+
+}  // namespace
+
 bool runNumeric(const NumericCode &code, double &out) {
+  Frame *f = runningFrame();
   double stack[kMaxDepth + 2];
   double *top = stack;  // the next free entry
   double y;
@@ -110,23 +169,23 @@ bool runNumeric(const NumericCode &code, double &out) {
         *top++ = s.constant;
         break;
       case PUSH_LEAF:
-        if (!numberOperand(s.leaf, *top)) return false;
+        if (!leafNumber(f, s.leaf, *top)) return false;
         top++;
         break;
       case NEGATE:
         top[-1] = -top[-1];
         break;
-#define MARL_NUMERIC_OP(name)                                           \
-  case name##_STACK:                                                    \
-    top--;                                                              \
-    top[-1] = numericOp(s.line, OP_##name, top[-1], top[0]);            \
-    break;                                                              \
-  case name##_CONST:                                                    \
-    top[-1] = numericOp(s.line, OP_##name, top[-1], s.constant);        \
-    break;                                                              \
-  case name##_LEAF:                                                     \
-    if (!numberOperand(s.leaf, y)) return false;                        \
-    top[-1] = numericOp(s.line, OP_##name, top[-1], y);                 \
+#define MARL_NUMERIC_OP(name)                                    \
+  case name##_STACK:                                             \
+    top--;                                                       \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], top[0]);     \
+    break;                                                       \
+  case name##_CONST:                                             \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], s.constant); \
+    break;                                                       \
+  case name##_LEAF:                                              \
+    if (!leafNumber(f, s.leaf, y)) return false;                 \
+    top[-1] = numericOp(s.line, OP_##name, top[-1], y);          \
     break;
         MARL_NUMERIC_OP(ADD)
         MARL_NUMERIC_OP(SUB)
@@ -136,6 +195,19 @@ bool runNumeric(const NumericCode &code, double &out) {
         MARL_NUMERIC_OP(IDIV)
         MARL_NUMERIC_OP(POW)
 #undef MARL_NUMERIC_OP
+      case COMPARE_STACK:
+        top--;
+        top[-1] = numericCompare(code.comparison, top[-1], top[0]);
+        break;
+      case COMPARE_CONST:
+        top[-1] = numericCompare(code.comparison, top[-1], s.constant);
+        break;
+      case COMPARE_LEAF:
+        if (!leafNumber(f, s.leaf, y)) return false;
+        top[-1] = numericCompare(code.comparison, top[-1], y);
+        break;
+      default:
+        __builtin_unreachable();
     }
   }
   out = stack[0];

@@ -25,14 +25,16 @@ struct NumericStep {
 
 struct NumericCode {
   std::vector<NumericStep> steps;
-  uint32_t misses = 0;  // runs that gave up
+  uint32_t misses = 0;     // runs that gave up
+  uint8_t comparison = 0;  // the operator of a comparison at the root, if any
 };
 
 // The node states kept in Node::numericState.
 enum : uint8_t { NUMERIC_UNTRIED = 0, NUMERIC_COMPILED = 1, NUMERIC_REJECTED = 2 };
 
-// Code for the arithmetic tree under `root`, or null when the tree has other
-// kinds of node, is too deep, or is too small to gain from it.
+// Code for the arithmetic tree under `root` (or for a comparison of two such
+// trees, whose value is 1 or 0), or null when the tree has other kinds of
+// node, is too deep, or is too small to gain from it.
 NumericCode *compileNumeric(Node *root);
 
 // Runs code: true with the tree's value in `out`; false, having had no

@@ -172,6 +172,9 @@ struct token_tag__ {
   int32_t candidate[3] = {0, 0, 0};
   uint8_t candidates = 0;
   bool resolved = false;
+  // Block nodes: the resolver found nothing that would look at the block's
+  // scope (no slots, no calls), so running the block opens none.
+  bool scopeless = false;
   // Arithmetic nodes: whether the tree under the node has straight-line code
   // (eval/numeric_code.hpp), made the first time the node runs.
   uint8_t numericState = 0;

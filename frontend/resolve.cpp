@@ -26,6 +26,7 @@ class Resolver {
 
   int32_t newBlock(int32_t parent) {
     parents_.push_back(parent);
+    needsScope_.push_back(false);
     declared_.emplace_back();
     surely_.emplace_back();
     return static_cast<int32_t>(parents_.size() - 1);
@@ -45,6 +46,13 @@ class Resolver {
   // and nothing in a block runs again what came before it.
   void surelyDeclared(int32_t block, Name *name) {
     if (block >= 0) surely_[block].push_back(variableName(name));
+  }
+
+  // `block` and the blocks around it must open their scopes when they run:
+  // code in them calls functions, and a call counts the open scopes against
+  // the recursion limit (and eval declares into the innermost scope).
+  void needsScope(int32_t block) {
+    for (; block >= 0 && !needsScope_[block]; block = parents_[block]) needsScope_[block] = true;
   }
 
   // Walks a statement list (or, with `list` false, one node).
@@ -126,6 +134,7 @@ class Resolver {
   FrameLayout &layout_;
   std::vector<Work> stack_;
   std::vector<int32_t> parents_;
+  std::vector<bool> needsScope_;
   std::vector<std::vector<Name *>> declared_;
   std::vector<std::vector<Name *>> surely_;
   std::vector<Site> sites_;
@@ -179,6 +188,7 @@ void Resolver::visit(const Work &w) {
     }
     case OP_FUNCDEF:
       // The body is resolved on its own, at its first call.
+      needsScope(block);
       declaration(n, block, n->payload.func->name);
       return;
     case OP_VAR:
@@ -209,6 +219,7 @@ void Resolver::visit(const Work &w) {
       push(n->right, block);
       return;
     case OP_LET:
+      needsScope(block);
       push(n->right, block);
       if (n->left->opcode == OP_NAME)
         declaration(n->left, block, n->left->payload.name);
@@ -216,6 +227,7 @@ void Resolver::visit(const Work &w) {
         push(n->left, block);
       return;
     case OP_CALL:
+      needsScope(block);
       // A callee name with no function falls back to a variable.
       if (n->right->opcode == OP_NAME)
         reference(n->right, block);
@@ -276,7 +288,11 @@ void Resolver::finish() {
     layout_.slotNames.insert(layout_.slotNames.end(), names.begin(), names.end());
     layout_.blocks.push_back(b);
   }
-  for (Node *n : blockNodes_) n->resolved = layout_.blocks[n->slot].count > 0;
+  for (Node *n : blockNodes_) {
+    n->resolved = layout_.blocks[n->slot].count > 0;
+    // A block with no variables and no calls leaves no trace in its scope.
+    n->scopeless = n->opcode == OP_BLOCK && !n->resolved && !needsScope_[n->slot];
+  }
   for (const Site &s : sites_)
     if (s.node) s.node->slot = layout_.slotIn(static_cast<uint32_t>(s.block), s.name);
   for (const Reference &r : references_) {

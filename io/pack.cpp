@@ -28,6 +28,10 @@ constexpr TypeWord kTypeWords[] = {
 
 constexpr size_t kSizes[] = {0, 1, 2, 4, 1, 2, 4, 4, 8};
 
+// pack() remembers where it found each name in hashes of up to this many
+// entries; larger ones have an index to search.
+constexpr size_t kHintedEntries = 8;
+
 // As the x86 truncating conversion does: NaN and numbers beyond 64 bits
 // become the "integer indefinite" 0x8000000000000000, whose low bytes are 0.
 int64_t truncateToInt64(double v) {
@@ -80,6 +84,70 @@ uint64_t loadLittle(const char *p, size_t n) {
   uint64_t bits = 0;
   for (size_t i = 0; i < n; i++) bits |= static_cast<uint64_t>(u[i]) << (8 * i);
   return bits;
+}
+
+// The bytes of one value as a number. Each type has its own case with a
+// constant width, so that the loops of unpack() compile to plain loads.
+inline double decodeAt(int code, const char *p) {
+  switch (code) {
+    case 1:
+      return static_cast<int8_t>(loadLittle(p, 1));
+    case 2:
+      return static_cast<int16_t>(loadLittle(p, 2));
+    case 3:
+      return static_cast<int32_t>(loadLittle(p, 4));
+    case 4:
+      return static_cast<double>(loadLittle(p, 1));
+    case 5:
+      return static_cast<double>(loadLittle(p, 2));
+    case 6:
+      return static_cast<double>(loadLittle(p, 4));
+    case 7: {
+      uint32_t b32 = static_cast<uint32_t>(loadLittle(p, 4));
+      float f;
+      std::memcpy(&f, &b32, sizeof f);
+      return f;
+    }
+    case 8: {
+      uint64_t bits = loadLittle(p, 8);
+      double d;
+      std::memcpy(&d, &bits, sizeof d);
+      return d;
+    }
+    default:
+      return 0.0;
+  }
+}
+
+// The bytes of one value, written at p; the same constant widths.
+inline void encodeAt(int code, double value, char *p) {
+  switch (code) {
+    case 1:
+    case 4:
+      storeLittle(static_cast<uint64_t>(truncateToInt64(value)), 1, p);
+      return;
+    case 2:
+    case 5:
+      storeLittle(static_cast<uint64_t>(truncateToInt64(value)), 2, p);
+      return;
+    case 3:
+    case 6:
+      storeLittle(static_cast<uint64_t>(truncateToInt64(value)), 4, p);
+      return;
+    case 7: {
+      float f = static_cast<float>(value);
+      uint32_t b32;
+      std::memcpy(&b32, &f, sizeof b32);
+      storeLittle(b32, 4, p);
+      return;
+    }
+    case 8: {
+      uint64_t bits;
+      std::memcpy(&bits, &value, sizeof bits);
+      storeLittle(bits, 8, p);
+      return;
+    }
+  }
 }
 
 // Character classes of the template tokenizer, one table lookup per byte.
@@ -174,10 +242,12 @@ bool parseCount(std::string_view text, uint32_t &out) {
 
 // A value to pack: null (or absent) is 0; anything else goes through the
 // usual numeric conversion, so numeric strings count and other objects are NaN.
-double packNumber(const HeldValue *h) {
-  if (!h) return 0.0;
-  if (!h->isObject()) return h->number();  // 0 for null
-  return toNumber(h->get());
+// Objects are rare in records: their conversion stays out of line.
+[[gnu::noinline]] double objectNumber(const HeldValue &h) { return toNumber(h.get()); }
+
+inline double packNumber(const HeldValue &h) {
+  if (!h.isObject()) return h.number();  // 0 for null
+  return objectNumber(h);
 }
 
 }  // namespace
@@ -192,49 +262,9 @@ int typeCode(std::string_view word) {
 
 size_t typeSize(int code) { return code >= 0 && code <= 8 ? kSizes[code] : 0; }
 
-double decodeTyped(int code, const char *p) {
-  uint64_t bits = loadLittle(p, typeSize(code));
-  switch (code) {
-    case 1:
-      return static_cast<int8_t>(bits);
-    case 2:
-      return static_cast<int16_t>(bits);
-    case 3:
-      return static_cast<int32_t>(bits);
-    case 4:
-    case 5:
-    case 6:
-      return static_cast<double>(bits);
-    case 7: {
-      uint32_t b32 = static_cast<uint32_t>(bits);
-      float f;
-      std::memcpy(&f, &b32, sizeof f);
-      return f;
-    }
-    case 8: {
-      double d;
-      std::memcpy(&d, &bits, sizeof d);
-      return d;
-    }
-    default:
-      return 0.0;
-  }
-}
+double decodeTyped(int code, const char *p) { return decodeAt(code, p); }
 
-void encodeTypedAt(int code, double value, char *p) {
-  uint64_t bits;
-  if (code == 7) {
-    float f = static_cast<float>(value);
-    uint32_t b32;
-    std::memcpy(&b32, &f, sizeof b32);
-    bits = b32;
-  } else if (code == 8) {
-    std::memcpy(&bits, &value, sizeof bits);
-  } else {
-    bits = static_cast<uint64_t>(truncateToInt64(value));
-  }
-  storeLittle(bits, typeSize(code), p);
-}
+void encodeTypedAt(int code, double value, char *p) { encodeAt(code, value, p); }
 
 void encodeTyped(int code, double value, std::string &out) {
   size_t at = out.size();
@@ -265,6 +295,9 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
   out.fields.clear();
   out.size = 0;
   out.named = 0;
+  out.elements = 0;
+  out.record.clear();
+  out.recordBuilt = false;
   TemplateLexer lex(text);
   do {
     std::string_view first = lex.next();
@@ -282,69 +315,150 @@ bool parseTemplate(std::string_view text, PackTemplate &out) {
     }
     f.code = typeCode(type);
     if (f.code == 0) return false;
+    f.offset = out.size;
     out.fields.push_back(f);
-    if (!f.name.empty()) out.named++;
+    if (!f.name.empty()) {
+      out.named++;
+      out.elements += f.count;
+    }
     out.size += typeSize(f.code) * (f.count ? f.count : 1);
   } while (!lex.onlySpaceLeft());
   return true;
 }
 
 bool unpackFitsMemory(const PackTemplate &t) {
-  uint64_t elements = 0;
-  for (const PackField &f : t.fields)
-    if (!f.name.empty()) elements += f.count;
-  return !beyondMemory(elements, sizeof(HeldValue));
+  return !beyondMemory(t.elements, sizeof(HeldValue));
 }
 
 bool packFitsMemory(const PackTemplate &t) { return !beyondMemory(t.size, 1); }
 
-Value unpackRecord(const PackTemplate &t, std::string_view data) {
-  MHash *h = new MHash();
-  Value result(h);
-  h->entries.reserve(t.named);
-  const char *p = data.data();
-  size_t left = data.size();
-  // Once one value does not fit, every later value is null too, even a
-  // smaller one that would.
-  bool valid = true;
+namespace {
+
+// Enters the named fields' keys into the template's record, in the order
+// they first appear, and gives each key to the last field of that name.
+void buildRecord(PackTemplate &t) {
+  HashTable &record = t.record;
+  record.clear();
+  // While it is built, an entry's value holds its position.
+  for (PackField &f : t.fields) {
+    f.entry = PackField::kNoEntry;
+    if (f.name.empty()) continue;
+    if (const HeldValue *known = record.find(f.name)) {
+      f.entry = static_cast<uint32_t>(known->number());
+    } else {
+      f.entry = static_cast<uint32_t>(record.size());
+      record.set(f.name, Value::num(f.entry));
+    }
+  }
+  std::vector<bool> taken(record.size());
+  for (auto f = t.fields.rbegin(); f != t.fields.rend(); ++f) {
+    if (f->entry == PackField::kNoEntry) continue;
+    if (taken[f->entry]) {
+      f->entry = PackField::kNoEntry;
+    } else {
+      taken[f->entry] = true;
+    }
+  }
+  for (const PackField &f : t.fields)
+    if (f.entry != PackField::kNoEntry) *record.find(f.name) = Value();
+  t.recordBuilt = true;
+}
+
+// How many of a field's values the data holds. Fields follow each other
+// without gaps, so once one value is cut off every later field starts past
+// the end: each later value is null too, even a smaller one that would fit.
+uint64_t valuesInData(const PackField &f, size_t bytes) {
+  if (f.offset >= bytes) return 0;
+  return std::min<uint64_t>(f.count ? f.count : 1, (bytes - f.offset) / typeSize(f.code));
+}
+
+// The value of one entry of the template's record. The template owns the
+// table, and a value may change in place as long as the keys stay.
+HeldValue &recordValue(PackTemplate &t, uint32_t entry) {
+  return const_cast<HeldValue &>(t.record.unordered()[entry].second);
+}
+
+// Field names are short: comparing them in place beats calling memcmp.
+bool sameName(const std::string &key, std::string_view name) {
+  if (key.size() != name.size()) return false;
+  for (size_t i = 0; i < name.size(); i++)
+    if (key[i] != name[i]) return false;
+  return true;
+}
+
+// The value of a field's name in `values`. Records are mostly packed from
+// hashes of one shape, so the position where the name was found last time
+// is tried before the keys are searched.
+const HeldValue *fieldValue(const MHash &values, PackField &f) {
+  if (f.name.empty()) return nullptr;
+  const auto &entries = values.entries.unordered();
+  if (f.hint < entries.size() && sameName(entries[f.hint].first, f.name))
+    return &entries[f.hint].second;
+  // Larger hashes are searched through their index.
+  if (entries.size() > kHintedEntries) return values.find(f.name);
+  for (size_t i = 0; i < entries.size(); i++) {
+    if (sameName(entries[i].first, f.name)) {
+      f.hint = static_cast<uint32_t>(i);
+      return &entries[i].second;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+Value unpackRecord(PackTemplate &t, std::string_view data) {
+  if (!t.recordBuilt) buildRecord(t);
+  // Single values go into the record first; the hash is then a copy of it,
+  // and arrays go into the copy.
+  bool arrays = false;
   for (const PackField &f : t.fields) {
-    size_t size = typeSize(f.code);
-    size_t want = f.count ? f.count : 1;
-    size_t fit = valid ? std::min(want, left / size) : 0;
-    if (fit < want) valid = false;
-    if (f.name.empty()) {
-      p += fit * size;
-      left -= fit * size;
+    if (f.entry == PackField::kNoEntry) continue;
+    if (f.count != 0) {
+      arrays = true;
       continue;
     }
-    if (f.count == 0) {
-      h->set(f.name, fit ? Value::num(decodeTyped(f.code, p)) : Value());
+    HeldValue &v = recordValue(t, f.entry);
+    if (valuesInData(f, data.size())) {
+      v.setNumber(decodeAt(f.code, data.data() + f.offset));
     } else {
-      MArray *arr = new MArray(f.count);
-      Value holder(arr);
-      for (size_t i = 0; i < fit; i++) arr->items[i].setNumber(decodeTyped(f.code, p + i * size));
-      h->set(f.name, holder);
+      v.setNull();
     }
-    p += fit * size;
-    left -= fit * size;
+  }
+  MHash *h = new MHash();
+  Value result(h);
+  h->entries = t.record;
+  if (!arrays) return result;
+  for (const PackField &f : t.fields) {
+    if (f.entry == PackField::kNoEntry || f.count == 0) continue;
+    MArray *arr = new MArray(f.count);
+    Value holder(arr);
+    size_t fit = valuesInData(f, data.size());
+    size_t size = typeSize(f.code);
+    const char *p = data.data() + f.offset;
+    for (size_t i = 0; i < fit; i++) arr->items[i].setNumber(decodeAt(f.code, p + i * size));
+    *h->findValue(f.name) = holder;
   }
   return result;
 }
 
-std::string packRecord(const PackTemplate &t, const MHash &values) {
+std::string packRecord(PackTemplate &t, const MHash &values) {
+  // Zero is encoded as zero bytes in every type, so values that are
+  // missing or null need no writing.
   std::string out(t.size, '\0');
   char *p = out.data();
-  for (const PackField &f : t.fields) {
+  for (PackField &f : t.fields) {
     size_t size = typeSize(f.code);
-    const HeldValue *v = f.name.empty() ? nullptr : values.find(f.name);
+    const HeldValue *v = fieldValue(values, f);
     if (f.count == 0) {
-      encodeTypedAt(f.code, packNumber(v), p);
+      if (v) encodeAt(f.code, packNumber(*v), p);
       p += size;
       continue;
     }
     const MArray *arr = v && v->is(ObjType::Array) ? static_cast<MArray *>(v->object()) : nullptr;
-    for (uint32_t i = 0; i < f.count; i++, p += size)
-      encodeTypedAt(f.code, packNumber(arr ? arr->at(i) : nullptr), p);
+    size_t given = arr ? std::min<size_t>(f.count, arr->size()) : 0;
+    for (size_t i = 0; i < given; i++) encodeAt(f.code, packNumber(arr->items[i]), p + i * size);
+    p += f.count * size;
   }
   return out;
 }

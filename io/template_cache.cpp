@@ -3,7 +3,7 @@
 
 namespace marl {
 
-const PackTemplate *TemplateCache::lookup(std::string_view text) {
+PackTemplate *TemplateCache::lookup(std::string_view text) {
   ++clock_;
   if (!scratch_.text.empty()) scratch_ = Slot();  // don't hold on to a long text
   Slot *victim = &slots_[0];

@@ -19,8 +19,9 @@ class TemplateCache {
   static constexpr size_t kMaxText = 4096;
 
   // The parsed form of `text`, or nullptr when the template is bad. The
-  // result stays valid until the next call.
-  const PackTemplate *lookup(std::string_view text);
+  // result stays valid until the next call; pack and unpack keep their
+  // per-template state in it.
+  PackTemplate *lookup(std::string_view text);
 
  private:
   struct Slot {

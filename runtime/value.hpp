@@ -167,6 +167,7 @@ class HeldValue {
     if (bits_ >= kObjectTag) drop(bits_);
   }
   void setNumber(double d) { replace(encodeNumber(d)); }
+  void setNull() { replace(kNull); }
 
   bool isNumber() const { return rotated() < kRotatedBool; }
   bool isNumeric() const { return rotated() < kRotatedNull; }  // Number or Bool

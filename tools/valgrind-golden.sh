@@ -24,6 +24,9 @@ exec valgrind --tool=memcheck -q --leak-check=full --show-leak-kinds=definite \\
   --errors-for-leak-kinds=definite --track-origins=no \\
   --log-file="$work/logs/%p-\$name.log" "$build/bin/marl" "\$@"
 WRAP
+# The driver's start-up and usage tests look at where marl lives (they copy
+# the library beside it, print its path): the stand-in is not there.
+export MARL_GOLDEN_SKIP="startup usage"
 # Scripts run some thirty times slower: a killed one would report false leaks.
 export MARL_GOLDEN_TIMEOUT=${MARL_GOLDEN_TIMEOUT:-600}
 chmod +x "$work/marl"

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "io/template_cache.hpp"
+#include "runtime/marray.hpp"
+#include "runtime/mhash.hpp"
 
 namespace marl {
 namespace {
@@ -65,6 +67,22 @@ TEST(TemplateCache, BadAndLongTemplates) {
   EXPECT_EQ(describe(cache.lookup(lengthy)), expected);
   EXPECT_EQ(cache.lookup(lengthy + "int64"), nullptr);
   EXPECT_EQ(describe(cache.lookup(lengthy)), expected);
+}
+
+// unpack() keeps its hash's keys in the template: a slot taken over by
+// another template must not keep the keys of the one before.
+TEST(TemplateCache, ReusedSlotsUnpackTheirOwnFields) {
+  TemplateCache cache;
+  for (size_t i = 0; i < 2 * TemplateCache::kSlots + 3; i++) {
+    std::string name = "f" + std::to_string(i);
+    PackTemplate *t = cache.lookup(name + "=byte g=byte[1]");
+    ASSERT_NE(t, nullptr);
+    Value h = unpackRecord(*t, "\x05\x06");
+    ASSERT_EQ(asHash(h)->size(), 2u) << name;
+    ASSERT_NE(asHash(h)->find(name), nullptr) << name;
+    EXPECT_EQ(asHash(h)->find(name)->number(), 5);
+    EXPECT_EQ(asArray(asHash(h)->find("g")->get())->items[0].number(), 6);
+  }
 }
 
 }  // namespace
