@@ -246,8 +246,9 @@ bool parseCount(std::string_view text, uint32_t &out) {
 [[gnu::noinline]] double objectNumber(const HeldValue &h) { return toNumber(h.get()); }
 
 inline double packNumber(const HeldValue &h) {
-  if (!h.isObject()) return h.number();  // 0 for null
-  return objectNumber(h);
+  double d;
+  if (h.numberInto(d)) return d;
+  return h.isObject() ? objectNumber(h) : h.number();  // a boolean's 1 or 0, null's 0
 }
 
 }  // namespace
