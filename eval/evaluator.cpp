@@ -277,6 +277,17 @@ void runBody(Context &ctx, Value &result, FunctionDef *def) {
   settleJump(ctx, result);
 }
 
+// An argument: a name is copied from its variable without a dispatch (an
+// undeclared one is left to its handler, which reports it).
+inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
+  if (a->opcode == OP_NAME)
+    if (Symbol *s = variableAt(a)) {
+      slot = s->value;
+      return;
+    }
+  evaluateNode(ctx, slot, a);
+}
+
 // The slots of a call's frame, taken before its arguments are evaluated and
 // given back on every exit; parameters that never became variables (an
 // argument raised an error) are emptied here.
@@ -315,7 +326,7 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   Frame frame;
   ReservedFrame slots(frame, layout, &fd->statics);
   const int32_t *param = layout.paramSlots.data();
-  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, frame.slots[*param++].value, a);
+  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, frame.slots[*param++].value, a);
   if (node->cacheGen != functionGeneration()) {
     // An argument redefined functions: call what the name means now.
     ArgBuffer buf(argc);
@@ -343,7 +354,7 @@ void evalCall(Context &ctx, Value &result, Node *node) {
   ArgBuffer buf(argc);
   Value *argv = buf.data();
   size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluateNode(ctx, argv[i++], a);
+  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, argv[i++], a);
   if (fd && fd->handler && node->cacheGen == functionGeneration()) {
     // A built-in the site has cached, and no argument redefined functions:
     // what call_function does for it, without finding it again.
