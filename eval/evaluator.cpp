@@ -258,6 +258,17 @@ inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
       s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
       return;
     }
+  } else if ((n->opcode == OP_ADD_ASSIGN || n->opcode == OP_SUB_ASSIGN) &&
+             n->left->opcode == OP_NAME &&
+             (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
+    // `i += step` with a number leaf: the variable is read before the step,
+    // as the handler reads them.
+    Symbol *s = variableAt(n->left);
+    double y;
+    if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
+      s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+      return;
+    }
   }
   evaluateNode(ctx, scratch, n);
 }
