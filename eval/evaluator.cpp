@@ -307,17 +307,22 @@ class ReservedFrame {
   ReservedFrame(Frame &frame, const FrameLayout &layout, SymMan **statics)
       : frame_(frame), layout_(layout), mark_(reserveFrame(frame, &layout, statics)) {}
   ~ReservedFrame() {
-    for (int32_t slot : layout_.paramSlots) {
-      Symbol &p = frame_.slots[slot];
-      p.live = false;
-      p.value.setNull();
-    }
+    if (!scoped_)
+      for (int32_t slot : layout_.paramSlots) {
+        Symbol &p = frame_.slots[slot];
+        p.live = false;
+        p.value.setNull();
+      }
     leaveFrame(mark_);
   }
   ReservedFrame(const ReservedFrame &) = delete;
   ReservedFrame &operator=(const ReservedFrame &) = delete;
+  // The parameters are variables of the call's scope from here on: closing
+  // it releases them.
+  void scoped() { scoped_ = true; }
 
  private:
+  bool scoped_ = false;
   Frame &frame_;
   const FrameLayout &layout_;
   FrameMark mark_;
@@ -351,6 +356,7 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   ScopeGuard scopes;
   pushCallScopes(def->body);
   for (size_t i = 0; i < argc; i++) frame.slots[layout.paramSlots[i]].live = true;
+  slots.scoped();
   runBody(ctx, result, def);
   return true;
 }
