@@ -118,6 +118,30 @@ bool elementNumber(Node *n, double &out) {
   return e && e->numberInto(out);
 }
 
+int elementTruth(Node *n) {
+  const Value *container = containerInPlace(n);
+  if (!container) return -1;
+  const HeldValue *e = nullptr;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(n->right, d)) return -1;
+    e = a->at(truncIndex(d));
+    if (!e) return -1;  // the general path reports the range error
+  } else if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return -1;
+    e = h->find(*key);
+    if (!e) return 0;  // a missing key reads as null
+  } else {
+    return -1;
+  }
+  double d;
+  if (e->numberInto(d)) return !std::isnan(d) && d != 0;
+  if (e->isBool()) return e->number() != 0;
+  if (e->isNull()) return 0;
+  return -1;  // objects: truth() decides on the value read
+}
+
 namespace {
 
 // `current op (the node's right side)` into `result`: numbers inline, the

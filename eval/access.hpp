@@ -80,10 +80,14 @@ inline bool numberLeaf(Node *n, double &out) {
 }
 // An operand of arithmetic or of an ordering: a number leaf, or an element
 // holding a number. Elements are tried only here, where numbers are usual;
-// elsewhere (`==`, conditions) the element is read once, by its node.
+// elsewhere (`==`) the element is read once, by its node.
 inline bool numberOperand(Node *n, double &out) {
   return numberLeaf(n, out) || (n->opcode == OP_INDEX && elementNumber(n, out));
 }
+// The truth of `a[i]` or `h[k]` read in place, as elementNumber reads
+// them, when the element is a number, a boolean or null (a missing key is
+// null): 1 or 0. -1 when the general path must read it.
+int elementTruth(Node *n);
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *declareForAssignment(Node *nameNode);

@@ -249,9 +249,12 @@ inline void enterCall(int line) {
   if (stepBudgetOn) takeStep(line);
 }
 
+void runDiscardedIf(Context &ctx, Value &scratch, Node *n);
+bool assignDiscarded(Node *n);
+
 // A statement whose value nobody reads: a loop's body or step. `i++` on a
 // variable holding a number just adds; everything else is evaluated.
-inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
+[[gnu::always_inline]] inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
   if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
     Symbol *s = variableAt(n->left);
     if (s && s->value.isNumber()) {
@@ -269,6 +272,12 @@ inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
       s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
       return;
     }
+  } else if (n->opcode == OP_IF) {
+    runDiscardedIf(ctx, scratch, n);
+    return;
+  } else if (n->opcode == OP_ASSIGN && n->right->opcode <= OP_POW &&
+             n->right->opcode != OP_STRING) {
+    if (assignDiscarded(n)) return;
   }
   evaluateNode(ctx, scratch, n);
 }
@@ -605,6 +614,9 @@ inline bool numericByCode(Node *node, double &out) {
     double x, y;
     if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
     if (numericByCode(n, x)) return x != 0;
+  } else if (n->opcode == OP_INDEX) {
+    int t = elementTruth(n);
+    if (t >= 0) return t;
   }
   evaluateNode(ctx, scratch, n);
   return truth(scratch);
@@ -884,7 +896,7 @@ void execIf(Context &ctx, Value &result, Node *node) {
 
 // A loop's body; the statements of a block that opens no scope run here
 // directly, each as a statement whose value is not read.
-inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
+[[gnu::always_inline]] inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
   if (body->opcode == OP_BLOCK && body->scopeless) {
     for (Node *s = body->left; s; s = s->next) {
       evaluateDiscarded(ctx, scratch, s);
@@ -893,6 +905,50 @@ inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
     return;
   }
   evaluateDiscarded(ctx, scratch, body);
+}
+
+// An `if` whose value is not read: its branch runs as a loop body does.
+[[gnu::noinline]] void runDiscardedIf(Context &ctx, Value &scratch, Node *n) {
+  // Nested ifs recurse here, not through evaluateNode: check the stack as it does.
+  if (stackNearlyFull()) [[unlikely]] {
+    evaluateNode(ctx, scratch, n);
+    return;
+  }
+  Control *c = n->payload.ctl;
+  Node *branch = testCondition(ctx, c->a, scratch) ? c->b : c->c;
+  if (branch) runLoopBody(ctx, scratch, branch);
+}
+
+// `x = v` or `a[i] = v` as a statement, with v a number, a boolean, null, a
+// name holding a number or straight-line arithmetic: stored with no value
+// made for the assignment. None of these has a side effect, so after a false
+// answer (nothing stored) the general path runs it all again.
+[[gnu::noinline]] bool assignDiscarded(Node *n) {
+  Node *r = n->right;
+  Value v;
+  double d;
+  switch (r->opcode) {
+    case OP_TRUE:
+    case OP_FALSE:
+      v.setBool(r->opcode == OP_TRUE);
+      break;
+    case OP_NULL:
+      break;
+    case OP_NUMBER:
+    case OP_NAME:
+      if (!numberLeaf(r, d)) return false;
+      v.setNumber(d);
+      break;
+    default:
+      if (!numericByCode(r, d)) return false;
+      v.setNumber(d);
+  }
+  if (n->left->opcode == OP_NAME) {
+    // The value first; only then is the target looked up (or declared).
+    variableForAssignment(n->left)->value = v;
+    return true;
+  }
+  return n->left->opcode == OP_INDEX && storeElementInPlace(n->left, v);
 }
 
 void execWhile(Context &ctx, Value &result, Node *node) {
