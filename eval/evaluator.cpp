@@ -957,6 +957,16 @@ bool plainNumberShape(Node *r) {
   return r->numericState == NUMERIC_COMPILED;
 }
 
+// A statement node whose values keep sending it to the general path (an
+// element holding arrays, say) stops trying after this many misses.
+constexpr uint8_t kStatementMisses = 16;
+
+// Counts a miss for a statement node that the in-place path could not take.
+[[gnu::cold]] bool statementMiss(Node *n) {
+  if (++n->statementMisses >= kStatementMisses) n->statementState = STATEMENT_GENERAL;
+  return false;
+}
+
 // Decides an assignment node's statementState from its shape.
 [[gnu::cold]] bool decideStatement(Node *n) {
   Node *r = n->right;
@@ -977,14 +987,14 @@ bool plainNumberShape(Node *r) {
   Node *r = n->right;
   double d;
   if (r->opcode > OP_FALSE) [[likely]] {
-    if (!sideEffectFreeNumber(r, d)) return false;
+    if (!sideEffectFreeNumber(r, d)) return statementMiss(n);
     // The value first; only then is the target looked up (or declared).
     if (n->left->opcode == OP_NAME) {
       variableForAssignment(n->left)->value.setNumber(d);
       return true;
     }
     Value v = Value::num(d);
-    return storeElementInPlace(n->left, v) || writeElementFast(n->left, v);
+    return storeElementInPlace(n->left, v) || writeElementFast(n->left, v) || statementMiss(n);
   }
   Value v;  // null
   if (r->opcode != OP_NULL) v.setBool(r->opcode == OP_TRUE);
@@ -1024,13 +1034,12 @@ bool plainNumberShape(Node *r) {
   double x, y;
   if (t->opcode == OP_NAME) {
     Symbol *s = variableAt(t);
-    if (!s || !s->value.isNumber() || !sideEffectFreeNumber(n->right, y)) return false;
+    if (!s || !s->value.isNumber() || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
     s->value.number = numericOp(n->line, op, s->value.number, y);
     return true;
   }
-  if (t->opcode != OP_INDEX) return false;
   HeldValue *e = numberElement(t, x);
-  if (!e || !sideEffectFreeNumber(n->right, y)) return false;
+  if (!e || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
   e->setNumber(numericOp(n->line, op, x, y));
   return true;
 }
