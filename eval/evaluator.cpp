@@ -511,9 +511,55 @@ inline bool appendableString(const Symbol *sym, const Value &current) {
   return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 && o->refs == 0;
 }
 
+// `s += a + b + ...` (up to kMaxPieces operands) on a variable that alone
+// holds its string, where `a` is a string and each other operand is a string
+// literal, a number literal or another variable holding a string or a
+// number: the additions would concatenate the operands' texts, so each is
+// appended in turn, with no string made in between. None of the operands has
+// a side effect or can fail, so false (nothing done) leaves it all to the
+// general path.
+constexpr int kMaxPieces = 8;
+bool appendPieces(Node *node, Value &result) {
+  Symbol *sym = variableAt(node->left);
+  MRef *o = sym ? sym->value.object : nullptr;
+  if (!o || o->type != ObjType::String || o->locks != 1 || o->refs != 0) return false;
+  Node *pieces[kMaxPieces];
+  int n = 0;
+  Node *r = node->right;
+  for (; r->opcode == OP_ADD; r = r->left) {
+    if (n == kMaxPieces - 1) return false;
+    pieces[n++] = r->right;
+  }
+  pieces[n++] = r;
+  const Value *values[kMaxPieces];
+  for (int k = 0; k < n; k++) {
+    Node *p = pieces[k];
+    values[k] = nullptr;
+    if (p->opcode == OP_STRING || (p->opcode == OP_NUMBER && p != r)) continue;
+    if (p->opcode != OP_NAME) return false;
+    Symbol *v = variableAt(p);
+    if (!v || v == sym || !(v->value.is(ObjType::String) || (v->value.isNumber() && p != r)))
+      return false;
+    values[k] = &v->value;
+  }
+  std::string &text = static_cast<MString *>(o)->text;
+  for (int k = n - 1; k >= 0; k--) {
+    Node *p = pieces[k];
+    if (p->opcode == OP_STRING)
+      text += p->payload.str->bytes;
+    else if (p->opcode == OP_NUMBER)
+      appendText(text, Value::num(p->number));
+    else
+      appendText(text, *values[k]);
+  }
+  result = sym->value;
+  return true;
+}
+
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
+  if (op == OP_ADD && node->left->opcode == OP_NAME && appendPieces(node, result)) return;
   if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
     return;
   Place place;
