@@ -922,19 +922,27 @@ void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, n
 
 void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
 
+// A block's value is its last statement's: the statements before it run as
+// statements whose value is not read.
+inline void runBlockStatements(Context &ctx, Value &result, Node *first) {
+  result.setNull();
+  for (Node *s = first; s; s = s->next) {
+    if (s->next)
+      evaluateDiscarded(ctx, result, s);
+    else
+      evaluateNode(ctx, result, s);
+    if (ctx.jump != JUMP_NONE) return;
+  }
+}
+
 void execBlock(Context &ctx, Value &result, Node *node) {
   if (node->scopeless) {
-    result.setNull();
-    for (Node *s = node->left; s; s = s->next) {
-      evaluateNode(ctx, result, s);
-      if (ctx.jump != JUMP_NONE) return;
-    }
+    runBlockStatements(ctx, result, node->left);
     return;
   }
   ScopeGuard scope;
   pushBlockScope(node);
-  result.setNull();
-  evaluateList(ctx, result, node->left);
+  runBlockStatements(ctx, result, node->left);
 }
 
 void execIf(Context &ctx, Value &result, Node *node) {
