@@ -259,33 +259,52 @@ enum : uint8_t { STATEMENT_UNTRIED = 0, STATEMENT_IN_PLACE = 1, STATEMENT_GENERA
 // A statement whose value nobody reads: a loop's body or step. `i++` on a
 // variable holding a number just adds; everything else is evaluated.
 [[gnu::always_inline]] inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
-  if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
-    Symbol *s = variableAt(n->left);
-    if (s && s->value.isNumber()) {
-      s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+  switch (n->opcode) {
+    case OP_PREINC:
+    case OP_POSTINC:
+    case OP_PREDEC:
+    case OP_POSTDEC:
+      if (n->left->opcode == OP_NAME) {
+        Symbol *s = variableAt(n->left);
+        if (s && s->value.isNumber()) {
+          s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+          return;
+        }
+      }
+      break;
+    case OP_ADD_ASSIGN:
+    case OP_SUB_ASSIGN:
+      if (n->left->opcode == OP_NAME &&
+          (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
+        // `i += step` with a number leaf: the variable is read before the
+        // step, as the handler reads them.
+        Symbol *s = variableAt(n->left);
+        double y;
+        if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
+          s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+          return;
+        }
+        break;
+      }
+      [[fallthrough]];
+    case OP_MUL_ASSIGN:
+    case OP_DIV_ASSIGN:
+    case OP_MOD_ASSIGN:
+    case OP_IDIV_ASSIGN:
+    case OP_POW_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && updateDiscarded(n)) return;
+      break;
+    case OP_IF:
+      runDiscardedIf(ctx, scratch, n);
       return;
-    }
-  } else if ((n->opcode == OP_ADD_ASSIGN || n->opcode == OP_SUB_ASSIGN) &&
-             n->left->opcode == OP_NAME &&
-             (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
-    // `i += step` with a number leaf: the variable is read before the step,
-    // as the handler reads them.
-    Symbol *s = variableAt(n->left);
-    double y;
-    if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
-      s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+    case OP_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && assignDiscarded(n)) return;
+      break;
+    case OP_BLOCK:
+      runDiscardedBlock(ctx, scratch, n);
       return;
-    }
-  } else if (n->opcode >= OP_ADD_ASSIGN && n->opcode <= OP_POW_ASSIGN) {
-    if (n->statementState != STATEMENT_GENERAL && updateDiscarded(n)) return;
-  } else if (n->opcode == OP_IF) {
-    runDiscardedIf(ctx, scratch, n);
-    return;
-  } else if (n->opcode == OP_ASSIGN) {
-    if (n->statementState != STATEMENT_GENERAL && assignDiscarded(n)) return;
-  } else if (n->opcode == OP_BLOCK) {
-    runDiscardedBlock(ctx, scratch, n);
-    return;
+    default:
+      break;
   }
   evaluateNode(ctx, scratch, n);
 }
