@@ -102,7 +102,7 @@ bool writeElementFast(Node *node, const Value &value) {
   return false;
 }
 
-bool elementNumber(Node *n, double &out) {
+bool elementNumberSlow(Node *n, double &out) {
   const Value *container = containerInPlace(n);
   if (!container) return false;
   const HeldValue *e = nullptr;

@@ -6,6 +6,7 @@
 #include "eval/context.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"
+#include "runtime/marray.hpp"
 
 namespace marl {
 
@@ -66,7 +67,20 @@ inline Symbol *variableAt(Node *nameNode) { return variableIn(runningFrame(), na
 // effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a
 // named container with a leaf index whose element holds a number (not a boolean): that number, read
 // in place.
-bool elementNumber(Node *n, double &out);
+bool elementNumberSlow(Node *n, double &out);
+inline bool numberLeaf(Node *n, double &out);
+inline bool elementNumber(Node *n, double &out) {
+  // A named array and a number index within its length: read here, since
+  // this is what inner loops do; everything else is decided out of line.
+  if (n->left->opcode == OP_NAME && n->right->opcode <= OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    if (a && numberLeaf(n->right, d) && d >= 0 && d < static_cast<double>(a->size()))
+      return a->items[static_cast<size_t>(d)].numberInto(out);
+  }
+  return elementNumberSlow(n, out);
+}
 inline bool numberLeaf(Node *n, double &out) {
   if (n->opcode == OP_NUMBER) {
     out = n->number;
