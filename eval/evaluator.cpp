@@ -830,6 +830,28 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
+// `"text" + v` or `v + "text"` with v anything but an array: the sum is
+// the two texts joined, made as one string with no string object for the
+// literal. The literal has no side effect, so v may run first either way.
+[[gnu::noinline]] void joinLiteral(Context &ctx, Value &result, Node *node) {
+  bool literalFirst = node->left->opcode == OP_STRING;
+  const std::string &literal = (literalFirst ? node->left : node->right)->payload.str->bytes;
+  Value v;
+  evaluateNode(ctx, v, literalFirst ? node->right : node->left);
+  if (asArray(v)) {
+    // Element by element: the general operator.
+    Value text = makeString(literal);
+    result = literalFirst ? arith(node->line, OP_ADD, text, v) : arith(node->line, OP_ADD, v, text);
+    return;
+  }
+  MString *joined = new MString();
+  Value made(joined);
+  if (literalFirst) joined->text = literal;
+  appendText(joined->text, v);
+  if (!literalFirst) joined->text += literal;
+  result = std::move(made);
+}
+
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
 void execArith(Context &ctx, Value &result, Node *node) {
@@ -837,6 +859,12 @@ void execArith(Context &ctx, Value &result, Node *node) {
     double out;
     if (numericByCode(node, out)) {
       result.setNumber(out);
+      return;
+    }
+  }
+  if constexpr (Op == OP_ADD) {
+    if (node->left->opcode == OP_STRING || node->right->opcode == OP_STRING) {
+      joinLiteral(ctx, result, node);
       return;
     }
   }
