@@ -250,6 +250,7 @@ inline void enterCall(int line) {
 }
 
 void runDiscardedIf(Context &ctx, Value &scratch, Node *n);
+[[gnu::always_inline]] inline void runLoopBody(Context &ctx, Value &scratch, Node *body);
 void runDiscardedBlock(Context &ctx, Value &scratch, Node *n);
 bool assignDiscarded(Node *n);
 bool updateDiscarded(Node *n);
@@ -451,7 +452,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   if (MArray *a = asArray(coll)) {
     for (size_t i = 0; i < a->size(); i++) {
       s_set(ctx, target, a->items[i].get());
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else if (MHash *h = asHash(coll)) {
@@ -460,7 +461,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
     for (auto &e : h->entries) keys.push_back(e.first);
     for (auto &k : keys) {
       s_set(ctx, target, makeString(k));
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else {
