@@ -136,23 +136,40 @@ HeldValue *numberElement(Node *n, double &out) {
   return e && e->numberInto(out) ? e : nullptr;
 }
 
-int elementTruth(Node *n) {
+namespace {
+
+// The null a missing hash key reads as.
+const HeldValue kMissing;
+
+// `a[i]` or `h[k]` read in place as readElementFast reads it: the element,
+// kMissing for a key the hash lacks, null when the general path must read it.
+const HeldValue *elementInPlace(Node *n) {
   const Value *container = containerInPlace(n);
-  if (!container) return -1;
-  const HeldValue *e = nullptr;
+  if (!container) return nullptr;
   if (MArray *a = asArray(*container)) {
     double d;
-    if (!numberLeaf(n->right, d)) return -1;
-    e = a->at(truncIndex(d));
-    if (!e) return -1;  // the general path reports the range error
-  } else if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
-    if (!key) return -1;
-    e = h->find(*key);
-    if (!e) return 0;  // a missing key reads as null
-  } else {
-    return -1;
+    if (!numberLeaf(n->right, d)) return nullptr;
+    return a->at(truncIndex(d));  // out of range: the general path reports it
   }
+  if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return nullptr;
+    const HeldValue *e = h->find(*key);
+    return e ? e : &kMissing;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int elementIsNull(Node *n) {
+  const HeldValue *e = elementInPlace(n);
+  return e ? e->isNull() : -1;
+}
+
+int elementTruth(Node *n) {
+  const HeldValue *e = elementInPlace(n);
+  if (!e) return -1;
   double d;
   if (e->numberInto(d)) return !std::isnan(d) && d != 0;
   if (e->isBool()) return e->number() != 0;

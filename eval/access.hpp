@@ -109,6 +109,9 @@ HeldValue *numberElement(Node *n, double &out);
 // them, when the element is a number, a boolean or null (a missing key is
 // null): 1 or 0. -1 when the general path must read it.
 int elementTruth(Node *n);
+// Whether `a[i]` or `h[k]`, read as elementTruth reads it, is null: 1 or 0;
+// -1 when the general path must read it.
+int elementIsNull(Node *n);
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *declareForAssignment(Node *nameNode);

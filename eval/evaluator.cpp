@@ -905,8 +905,12 @@ inline bool compareOperand(Node *n, double &out) {
 // `x == null` and `x != null`: whether x is null, with a variable looked at
 // in place.
 bool isNullOperand(Context &ctx, Node *n) {
-  if (n->opcode == OP_NAME)
+  if (n->opcode == OP_NAME) {
     if (Symbol *s = variableAt(n)) return s->value.isNull();
+  } else if (n->opcode == OP_INDEX) {
+    int null = elementIsNull(n);
+    if (null >= 0) return null;
+  }
   Value v;
   evaluateNode(ctx, v, n);
   return v.isNull();
