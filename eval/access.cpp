@@ -81,6 +81,21 @@ bool readElementFast(Node *node, Value &result) {
 
 }  // namespace
 
+Symbol *variableBeyondFirst(Frame *f, Node *nameNode) {
+  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
+    for (int k = 0; k < nameNode->candidates; k++) {
+      Symbol *s = &f->slots[nameNode->candidate[k]];
+      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
+    }
+    Name *name = nameNode->payload.name;
+    if (name->var) name = name->var;
+    if (f->statics && *f->statics)
+      if (Symbol *s = (*f->statics)->findHere(name)) return s;
+    return name->global;
+  }
+  return lookupVariable(nameNode->payload.name);
+}
+
 void undeclaredName(Node *nameNode) { notDeclared(nameNode->line, nameNode->payload.name); }
 
 bool writeElementFast(Node *node, const Value &value) {

@@ -47,19 +47,16 @@ void writePlace(Place &place, const Value &value);
 // runs. A resolved
 // name is held by one of its candidate slots or is a global, unless text
 // run by eval has declared names the resolver never saw in this frame.
+Symbol *variableBeyondFirst(Frame *f, Node *nameNode);
 inline Symbol *variableIn(Frame *f, Node *nameNode) {
-  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
-    for (int k = 0; k < nameNode->candidates; k++) {
-      Symbol *s = &f->slots[nameNode->candidate[k]];
-      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
-    }
-    Name *name = nameNode->payload.name;
-    if (name->var) name = name->var;
-    if (f->statics && *f->statics)
-      if (Symbol *s = (*f->statics)->findHere(name)) return s;
-    return name->global;
+  // Most names are held by their innermost candidate slot: that one is
+  // tried here, the rest of the search is out of line.
+  if (nameNode->resolved && nameNode->candidates && f->dynamic == 0) [[likely]] {
+    Symbol *s = &f->slots[nameNode->candidate[0]];
+    if (s->live && !s->refersToGlobal) [[likely]]
+      return s;
   }
-  return lookupVariable(nameNode->payload.name);
+  return variableBeyondFirst(f, nameNode);
 }
 inline Symbol *variableAt(Node *nameNode) { return variableIn(runningFrame(), nameNode); }
 // A number literal or a name holding a number (not a boolean): its value
