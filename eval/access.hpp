@@ -52,7 +52,7 @@ Symbol *variableBeyondFirst(Frame *f, Node *nameNode);
 inline Symbol *variableIn(Frame *f, Node *nameNode) {
   // Most names are held by their innermost candidate slot: that one is
   // tried here, the rest of the search is out of line.
-  if (nameNode->resolved && nameNode->candidates && f->dynamic == 0) [[likely]] {
+  if (nameNode->candidates && f->dynamic == 0) [[likely]] {  // candidates: resolved
     Symbol *s = &f->slots[nameNode->candidate[0]];
     if (s->live && !s->refersToGlobal) [[likely]]
       return s;

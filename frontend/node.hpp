@@ -163,8 +163,8 @@ struct token_tag__ {
   // Set by the resolver (frontend/resolve.hpp) for code that runs in a
   // frame. A name node with `resolved` set may only be held by the first
   // `candidates` slots of `candidate` (innermost block first), else it is a
-  // global; where a name node declares (or implicitly declares) a variable,
-  // `slot` is its slot, -1 meaning the global scope or a run-time decision.
+  // global (`candidates` is 0 when not resolved); where a name node declares (or implicitly
+  // declares) a variable, `slot` is its slot, -1 meaning the global scope or a run-time decision.
   // Block and switch nodes: `slot` is the block's index in the layout, -1
   // for code the resolver never saw (text run by eval inside a function),
   // and `resolved` says that the block has slots to release.

@@ -312,7 +312,8 @@ void Resolver::finish() {
       // Scopes further out are hidden behind a variable surely declared here.
       if (b == r.surely) break;
     }
-    n->candidates = static_cast<uint8_t>(count);
+    // Readers test `candidates` alone first: it is nonzero only when resolved.
+    n->candidates = fits ? static_cast<uint8_t>(count) : 0;
     n->resolved = fits;
   }
 }
