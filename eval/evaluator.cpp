@@ -330,21 +330,29 @@ class ReservedFrame {
 
 // A call of a script function with one parameter per argument: each argument
 // is evaluated straight into its parameter's slot. False, with nothing
-// evaluated, when the call does not have that shape.
+// evaluated, when the call does not have that shape. The site cached `fd` for
+// its own argument count, and a script function takes exactly as many
+// arguments as it has parameters, so the counts agree.
 bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   FunctionDef *def = fd->def;
   const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
-  size_t argc = countList(node->left);
-  if (!layout.distinctParams || argc != layout.paramSlots.size()) return false;
+  if (!layout.distinctParams) return false;
   // Held from here: an argument may redefine the function, and the layout
   // belongs to the variant.
   CallFrame running(fd);
   Frame frame;
   ReservedFrame slots(frame, layout, &fd->statics);
+  // A parameter is live once its argument is in: nothing sees the frame
+  // before it runs, and ReservedFrame empties it again if the call never does.
   const int32_t *param = layout.paramSlots.data();
-  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, frame.slots[*param++].value, a);
-  if (node->cacheGen != functionGeneration()) {
+  for (Node *a = node->left; a; a = a->next) {
+    Symbol &p = frame.slots[*param++];
+    evaluateArgument(ctx, p.value, a);
+    p.live = true;
+  }
+  if (node->cacheGen != functionGeneration()) [[unlikely]] {
     // An argument redefined functions: call what the name means now.
+    size_t argc = layout.paramSlots.size();
     ArgBuffer buf(argc);
     for (size_t i = 0; i < argc; i++)
       buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
@@ -355,7 +363,6 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   activateFrame(frame);
   ScopeGuard scopes;
   pushCallScopes(def->body);
-  for (size_t i = 0; i < argc; i++) frame.slots[layout.paramSlots[i]].live = true;
   slots.scoped();
   runBody(ctx, result, def);
   return true;
