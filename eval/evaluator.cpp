@@ -328,15 +328,38 @@ class ReservedFrame {
   FrameMark mark_;
 };
 
-// A call of a script function with one parameter per argument: each argument
-// is evaluated straight into its parameter's slot. False, with nothing
-// evaluated, when the call does not have that shape. The site cached `fd` for
-// its own argument count, and a script function takes exactly as many
-// arguments as it has parameters, so the counts agree.
-bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
+// A call with its arguments gathered first: built-ins, variables holding a
+// function, and script functions whose parameters cannot take their
+// arguments in place. `fd` is the variant the site has cached, if any.
+[[gnu::noinline]] void callWithArgs(Context &ctx, Value &result, Node *node, func_data *fd) {
+  size_t argc = countList(node->left);
+  ArgBuffer buf(argc);
+  Value *argv = buf.data();
+  size_t i = 0;
+  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, argv[i++], a);
+  if (fd && fd->handler && node->cacheGen == functionGeneration()) {
+    // A built-in the site has cached, and no argument redefined functions:
+    // what call_function does for it, without finding it again.
+    enterCall(node->line);
+    result.setNull();
+    fd->handler(ctx, node->line, buf.args(), result);
+    return;
+  }
+  callEvaluated(ctx, result, node, buf.args());
+}
+
+// A call of the script function the site has cached: each argument is
+// evaluated straight into its parameter's slot. The site cached `fd` for its
+// own argument count, and a script function takes exactly as many arguments
+// as it has parameters, so the counts agree. A repeated parameter name (one
+// variable for two arguments) takes the general way.
+[[gnu::noinline]] void callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   FunctionDef *def = fd->def;
   const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
-  if (!layout.distinctParams) return false;
+  if (!layout.distinctParams) [[unlikely]] {
+    callWithArgs(ctx, result, node, nullptr);
+    return;
+  }
   // Held from here: an argument may redefine the function, and the layout
   // belongs to the variant.
   CallFrame running(fd);
@@ -357,7 +380,7 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
     for (size_t i = 0; i < argc; i++)
       buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
     callEvaluated(ctx, result, node, buf.args());
-    return true;
+    return;
   }
   enterCall(node->line);
   activateFrame(frame);
@@ -365,29 +388,18 @@ bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
   pushCallScopes(def->body);
   slots.scoped();
   runBody(ctx, result, def);
-  return true;
 }
 
 void evalCall(Context &ctx, Value &result, Node *node) {
   func_data *fd = nullptr;
   if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
     fd = node->cachedFunc;
-    if (fd && fd->def && callInPlace(ctx, result, node, fd)) return;
+    if (fd && fd->def) {
+      callInPlace(ctx, result, node, fd);
+      return;
+    }
   }
-  size_t argc = countList(node->left);
-  ArgBuffer buf(argc);
-  Value *argv = buf.data();
-  size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, argv[i++], a);
-  if (fd && fd->handler && node->cacheGen == functionGeneration()) {
-    // A built-in the site has cached, and no argument redefined functions:
-    // what call_function does for it, without finding it again.
-    enterCall(node->line);
-    result.setNull();
-    fd->handler(ctx, node->line, buf.args(), result);
-    return;
-  }
-  callEvaluated(ctx, result, node, buf.args());
+  callWithArgs(ctx, result, node, fd);
 }
 
 void evalFuncDef(Node *node) {
@@ -973,10 +985,17 @@ void execCond(Context &ctx, Value &result, Node *node) {
 }
 
 void execReturn(Context &ctx, Value &result, Node *node) {
-  Value v;
-  if (node->left) evaluateNode(ctx, v, node->left);
-  ctx.setJump(JUMP_RETURN, node->line, 1);
-  ctx.returned = std::move(v);
+  // A variable's value is copied straight to where the call takes it from.
+  Node *e = node->left;
+  Symbol *s = e && e->opcode == OP_NAME ? variableAt(e) : nullptr;
+  if (s) {
+    ctx.returned = s->value;
+  } else {
+    Value v;
+    if (e) evaluateNode(ctx, v, e);
+    ctx.returned = std::move(v);
+  }
+  ctx.setReturn(node->line);
   result.setNull();
 }
 

@@ -208,9 +208,12 @@ inline FrameMark reserveFrame(Frame &frame, const FrameLayout *layout, SymMan **
   frame.statics = statics;
   frame.dynamic = 0;
   size_t n = layout ? layout->slotCount() : 0;
-  if (static_cast<size_t>(st.slotEnd - st.slotTop) >= n) [[likely]] {
-    frame.slots = st.slotTop;
-    st.slotTop += n;
+  // Compared as addresses: a pointer difference divides by the symbol size.
+  Symbol *top = st.slotTop;
+  if (reinterpret_cast<uintptr_t>(top) + n * sizeof(Symbol) <=
+      reinterpret_cast<uintptr_t>(st.slotEnd)) [[likely]] {
+    frame.slots = top;
+    st.slotTop = top + n;
   } else {
     frame.slots = takeSlotsSlow(n);
   }
