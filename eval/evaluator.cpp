@@ -311,6 +311,27 @@ inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
   evaluateNode(ctx, slot, a);
 }
 
+// An argument of a script function, evaluated into its parameter: as
+// evaluateArgument, and also a sum or difference of two number leaves (`n - 1`,
+// the usual argument of recursion) is computed without a dispatch.
+inline void evaluateParameter(Context &ctx, Value &slot, Node *a) {
+  if (a->opcode == OP_NAME) {
+    if (Symbol *s = variableAt(a)) {
+      slot = s->value;
+      return;
+    }
+  } else if (a->opcode == OP_ADD || a->opcode == OP_SUB) {
+    // Leaves have no side effects, so nothing has happened when one is not a
+    // number and the handler takes over.
+    double x, y;
+    if (numberLeaf(a->left, x) && numberLeaf(a->right, y)) {
+      slot.setNumber(a->opcode == OP_ADD ? x + y : x - y);
+      return;
+    }
+  }
+  evaluateNode(ctx, slot, a);
+}
+
 // The slots of a call's frame, taken before its arguments are evaluated and
 // given back on every exit; parameters that never became variables (an
 // argument raised an error) are emptied here.
@@ -382,7 +403,7 @@ class ReservedFrame {
   const int32_t *param = layout.paramSlots.data();
   for (Node *a = node->left; a; a = a->next) {
     Symbol &p = frame.slots[*param++];
-    evaluateArgument(ctx, p.value, a);
+    evaluateParameter(ctx, p.value, a);
     p.live = true;
   }
   if (node->cacheGen != functionGeneration()) [[unlikely]] {
