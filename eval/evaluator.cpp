@@ -273,17 +273,28 @@ inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
   evaluateNode(ctx, scratch, n);
 }
 
+inline bool testCondition(Context &ctx, Node *n, Value &scratch);
+
 // Runs the body of a script function whose frame runs, with its scopes open
 // and its parameters set; the body block's statements run here rather than
-// through its node. A return among them gives its value straight to the
-// caller, without a pending jump; one nested deeper leaves its value in the
-// context.
+// through its node. A return among them, also as the whole then-branch of an
+// if without else (a guard: `if (n < 2) return n;`), gives its value straight
+// to the caller, without a pending jump; one nested deeper leaves its value in
+// the context.
 [[gnu::always_inline]] inline void runBody(Context &ctx, Value &result, FunctionDef *def) {
   Value statement;
   for (Node *s = def->body->left; s; s = s->next) {
+    Node *ret = nullptr;
     if (s->opcode == OP_RETURN) {
-      if (s->left)
-        evaluateNode(ctx, result, s->left);
+      ret = s;
+    } else if (s->opcode == OP_IF && s->payload.ctl->b->opcode == OP_RETURN &&
+               !s->payload.ctl->c) {
+      if (!testCondition(ctx, s->payload.ctl->a, statement)) continue;
+      ret = s->payload.ctl->b;
+    }
+    if (ret) {
+      if (ret->left)
+        evaluateNode(ctx, result, ret->left);
       else
         result.setNull();
       return;
