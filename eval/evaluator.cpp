@@ -273,6 +273,17 @@ inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
   evaluateNode(ctx, scratch, n);
 }
 
+// An argument: a name is copied from its variable without a dispatch (an
+// undeclared one is left to its handler, which reports it).
+inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
+  if (a->opcode == OP_NAME)
+    if (Symbol *s = variableAt(a)) {
+      slot = s->value;
+      return;
+    }
+  evaluateNode(ctx, slot, a);
+}
+
 inline bool testCondition(Context &ctx, Node *n, Value &scratch);
 
 // Runs the body of a script function whose frame runs, with its scopes open
@@ -294,7 +305,7 @@ inline bool testCondition(Context &ctx, Node *n, Value &scratch);
     }
     if (ret) {
       if (ret->left)
-        evaluateNode(ctx, result, ret->left);
+        evaluateArgument(ctx, result, ret->left);
       else
         result.setNull();
       return;
@@ -309,17 +320,6 @@ inline bool testCondition(Context &ctx, Node *n, Value &scratch);
   }
   result.setNull();
   settleJump(ctx, result);
-}
-
-// An argument: a name is copied from its variable without a dispatch (an
-// undeclared one is left to its handler, which reports it).
-inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
-  if (a->opcode == OP_NAME)
-    if (Symbol *s = variableAt(a)) {
-      slot = s->value;
-      return;
-    }
-  evaluateNode(ctx, slot, a);
 }
 
 // An argument of a script function, evaluated into its parameter: as
