@@ -45,35 +45,34 @@ void takeStep(int line) {
   if (stepsLeft == 0) raise_error(line, "Step budget exhausted");
 }
 
-// Arguments live on the C stack for the common small counts.
+// Arguments live on the C stack for the common small counts. They are made
+// one by one, in order, as they are evaluated: a variable's value is copied
+// in without first making a null to assign over.
 class ArgBuffer {
  public:
   explicit ArgBuffer(size_t n) : n_(n) {
-    if (n > kInline) {
-      heap_ = new Value[n];
-      data_ = heap_;
-    } else {
-      data_ = reinterpret_cast<Value *>(inline_);
-      for (size_t i = 0; i < n; i++) new (data_ + i) Value();
-    }
+    data_ = n > kInline ? static_cast<Value *>(::operator new(n * sizeof(Value)))
+                        : reinterpret_cast<Value *>(inline_);
   }
   ~ArgBuffer() {
-    if (heap_)
-      delete[] heap_;
-    else
-      for (size_t i = 0; i < n_; i++) data_[i].~Value();
+    for (size_t i = 0; i < made_; i++) data_[i].~Value();
+    if (data_ != reinterpret_cast<Value *>(inline_)) ::operator delete(data_);
   }
   ArgBuffer(const ArgBuffer &) = delete;
   ArgBuffer &operator=(const ArgBuffer &) = delete;
-  Value *data() { return data_; }
+  // The next argument, null, to be evaluated into.
+  Value &addNull() { return *new (data_ + made_++) Value(); }
+  void add(const Value &v) { new (data_ + made_++) Value(v); }
+  void add(Value &&v) { new (data_ + made_++) Value(std::move(v)); }
+  // Every argument is made by now.
   Args args() { return Args{data_, n_}; }
 
  private:
   static constexpr size_t kInline = 6;
   alignas(Value) unsigned char inline_[kInline * sizeof(Value)];
   Value *data_;
-  Value *heap_ = nullptr;
   size_t n_;
+  size_t made_ = 0;
 };
 
 size_t countList(Node *n) {
@@ -378,9 +377,16 @@ class ReservedFrame {
 [[gnu::noinline]] void callWithArgs(Context &ctx, Value &result, Node *node, func_data *fd) {
   size_t argc = countList(node->left);
   ArgBuffer buf(argc);
-  Value *argv = buf.data();
-  size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, argv[i++], a);
+  for (Node *a = node->left; a; a = a->next) {
+    // A name is copied from its variable without a dispatch (an undeclared
+    // one is left to its handler, which reports it).
+    if (a->opcode == OP_NAME)
+      if (Symbol *s = variableAt(a)) {
+        buf.add(s->value);
+        continue;
+      }
+    evaluateNode(ctx, buf.addNull(), a);
+  }
   if (fd && fd->handler && node->cacheGen == functionGeneration()) {
     // A built-in the site has cached, and no argument redefined functions:
     // what call_function does for it, without finding it again.
@@ -422,7 +428,7 @@ class ReservedFrame {
     size_t argc = layout.paramSlots.size();
     ArgBuffer buf(argc);
     for (size_t i = 0; i < argc; i++)
-      buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
+      buf.add(std::move(frame.slots[layout.paramSlots[i]].value));
     callEvaluated(ctx, result, node, buf.args());
     return;
   }
