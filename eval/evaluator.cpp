@@ -297,8 +297,7 @@ inline bool testCondition(Context &ctx, Node *n, Value &scratch);
     Node *ret = nullptr;
     if (s->opcode == OP_RETURN) {
       ret = s;
-    } else if (s->opcode == OP_IF && s->payload.ctl->b->opcode == OP_RETURN &&
-               !s->payload.ctl->c) {
+    } else if (s->opcode == OP_IF && s->payload.ctl->b->opcode == OP_RETURN && !s->payload.ctl->c) {
       if (!testCondition(ctx, s->payload.ctl->a, statement)) continue;
       ret = s->payload.ctl->b;
     }
@@ -427,8 +426,7 @@ class ReservedFrame {
     // An argument redefined functions: call what the name means now.
     size_t argc = layout.paramSlots.size();
     ArgBuffer buf(argc);
-    for (size_t i = 0; i < argc; i++)
-      buf.add(std::move(frame.slots[layout.paramSlots[i]].value));
+    for (size_t i = 0; i < argc; i++) buf.add(std::move(frame.slots[layout.paramSlots[i]].value));
     callEvaluated(ctx, result, node, buf.args());
     return;
   }
