@@ -374,7 +374,8 @@ class ReservedFrame {
 // function, and script functions whose parameters cannot take their
 // arguments in place. `fd` is the variant the site has cached, if any.
 [[gnu::noinline]] void callWithArgs(Context &ctx, Value &result, Node *node, func_data *fd) {
-  size_t argc = countList(node->left);
+  // A cached variant of fixed arity was chosen for exactly this many.
+  size_t argc = fd && fd->arity >= 0 ? static_cast<size_t>(fd->arity) : countList(node->left);
   ArgBuffer buf(argc);
   for (Node *a = node->left; a; a = a->next) {
     // A name is copied from its variable without a dispatch (an undeclared
