@@ -249,6 +249,7 @@ inline void enterCall(int line) {
 }
 
 void runDiscardedIf(Context &ctx, Value &scratch, Node *n);
+[[gnu::always_inline]] inline void runLoopBody(Context &ctx, Value &scratch, Node *body);
 void runDiscardedBlock(Context &ctx, Value &scratch, Node *n);
 bool assignDiscarded(Node *n);
 bool updateDiscarded(Node *n);
@@ -258,33 +259,52 @@ enum : uint8_t { STATEMENT_UNTRIED = 0, STATEMENT_IN_PLACE = 1, STATEMENT_GENERA
 // A statement whose value nobody reads: a loop's body or step. `i++` on a
 // variable holding a number just adds; everything else is evaluated.
 [[gnu::always_inline]] inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
-  if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
-    Symbol *s = variableAt(n->left);
-    if (s && s->value.isNumber()) {
-      s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+  switch (n->opcode) {
+    case OP_PREINC:
+    case OP_POSTINC:
+    case OP_PREDEC:
+    case OP_POSTDEC:
+      if (n->left->opcode == OP_NAME) {
+        Symbol *s = variableAt(n->left);
+        if (s && s->value.isNumber()) {
+          s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+          return;
+        }
+      }
+      break;
+    case OP_ADD_ASSIGN:
+    case OP_SUB_ASSIGN:
+      if (n->left->opcode == OP_NAME &&
+          (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
+        // `i += step` with a number leaf: the variable is read before the
+        // step, as the handler reads them.
+        Symbol *s = variableAt(n->left);
+        double y;
+        if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
+          s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+          return;
+        }
+        break;
+      }
+      [[fallthrough]];
+    case OP_MUL_ASSIGN:
+    case OP_DIV_ASSIGN:
+    case OP_MOD_ASSIGN:
+    case OP_IDIV_ASSIGN:
+    case OP_POW_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && updateDiscarded(n)) return;
+      break;
+    case OP_IF:
+      runDiscardedIf(ctx, scratch, n);
       return;
-    }
-  } else if ((n->opcode == OP_ADD_ASSIGN || n->opcode == OP_SUB_ASSIGN) &&
-             n->left->opcode == OP_NAME &&
-             (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
-    // `i += step` with a number leaf: the variable is read before the step,
-    // as the handler reads them.
-    Symbol *s = variableAt(n->left);
-    double y;
-    if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
-      s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+    case OP_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && assignDiscarded(n)) return;
+      break;
+    case OP_BLOCK:
+      runDiscardedBlock(ctx, scratch, n);
       return;
-    }
-  } else if (n->opcode >= OP_ADD_ASSIGN && n->opcode <= OP_POW_ASSIGN) {
-    if (n->statementState != STATEMENT_GENERAL && updateDiscarded(n)) return;
-  } else if (n->opcode == OP_IF) {
-    runDiscardedIf(ctx, scratch, n);
-    return;
-  } else if (n->opcode == OP_ASSIGN) {
-    if (n->statementState != STATEMENT_GENERAL && assignDiscarded(n)) return;
-  } else if (n->opcode == OP_BLOCK) {
-    runDiscardedBlock(ctx, scratch, n);
-    return;
+    default:
+      break;
   }
   evaluateNode(ctx, scratch, n);
 }
@@ -500,7 +520,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   if (MArray *a = asArray(coll)) {
     for (size_t i = 0; i < a->size(); i++) {
       s_set(ctx, target, a->items[i].get());
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else if (MHash *h = asHash(coll)) {
@@ -509,7 +529,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
     for (auto &e : h->entries) keys.push_back(e.first);
     for (auto &k : keys) {
       s_set(ctx, target, makeString(k));
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else {
@@ -579,9 +599,55 @@ inline bool appendableString(const Symbol *sym, const Value &current) {
   return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 && o->refs == 0;
 }
 
+// `s += a + b + ...` (up to kMaxPieces operands) on a variable that alone
+// holds its string, where `a` is a string and each other operand is a string
+// literal, a number literal or another variable holding a string or a
+// number: the additions would concatenate the operands' texts, so each is
+// appended in turn, with no string made in between. None of the operands has
+// a side effect or can fail, so false (nothing done) leaves it all to the
+// general path.
+constexpr int kMaxPieces = 8;
+bool appendPieces(Node *node, Value &result) {
+  Symbol *sym = variableAt(node->left);
+  MRef *o = sym ? sym->value.object : nullptr;
+  if (!o || o->type != ObjType::String || o->locks != 1 || o->refs != 0) return false;
+  Node *pieces[kMaxPieces];
+  int n = 0;
+  Node *r = node->right;
+  for (; r->opcode == OP_ADD; r = r->left) {
+    if (n == kMaxPieces - 1) return false;
+    pieces[n++] = r->right;
+  }
+  pieces[n++] = r;
+  const Value *values[kMaxPieces];
+  for (int k = 0; k < n; k++) {
+    Node *p = pieces[k];
+    values[k] = nullptr;
+    if (p->opcode == OP_STRING || (p->opcode == OP_NUMBER && p != r)) continue;
+    if (p->opcode != OP_NAME) return false;
+    Symbol *v = variableAt(p);
+    if (!v || v == sym || !(v->value.is(ObjType::String) || (v->value.isNumber() && p != r)))
+      return false;
+    values[k] = &v->value;
+  }
+  std::string &text = static_cast<MString *>(o)->text;
+  for (int k = n - 1; k >= 0; k--) {
+    Node *p = pieces[k];
+    if (p->opcode == OP_STRING)
+      text += p->payload.str->bytes;
+    else if (p->opcode == OP_NUMBER)
+      appendText(text, Value::num(p->number));
+    else
+      appendText(text, *values[k]);
+  }
+  result = sym->value;
+  return true;
+}
+
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
+  if (op == OP_ADD && node->left->opcode == OP_NAME && appendPieces(node, result)) return;
   if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
     return;
   Place place;
@@ -833,6 +899,28 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
+// `"text" + v` or `v + "text"` with v anything but an array: the sum is
+// the two texts joined, made as one string with no string object for the
+// literal. The literal has no side effect, so v may run first either way.
+[[gnu::noinline]] void joinLiteral(Context &ctx, Value &result, Node *node) {
+  bool literalFirst = node->left->opcode == OP_STRING;
+  const std::string &literal = (literalFirst ? node->left : node->right)->payload.str->bytes;
+  Value v;
+  evaluateNode(ctx, v, literalFirst ? node->right : node->left);
+  if (asArray(v)) {
+    // Element by element: the general operator.
+    Value text = makeString(literal);
+    result = literalFirst ? arith(node->line, OP_ADD, text, v) : arith(node->line, OP_ADD, v, text);
+    return;
+  }
+  MString *joined = new MString();
+  Value made(joined);
+  if (literalFirst) joined->text = literal;
+  appendText(joined->text, v);
+  if (!literalFirst) joined->text += literal;
+  result = std::move(made);
+}
+
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
 void execArith(Context &ctx, Value &result, Node *node) {
@@ -840,6 +928,12 @@ void execArith(Context &ctx, Value &result, Node *node) {
     double out;
     if (numericByCode(node, out)) {
       result.setNumber(out);
+      return;
+    }
+  }
+  if constexpr (Op == OP_ADD) {
+    if (node->left->opcode == OP_STRING || node->right->opcode == OP_STRING) {
+      joinLiteral(ctx, result, node);
       return;
     }
   }
@@ -879,8 +973,12 @@ inline bool compareOperand(Node *n, double &out) {
 // `x == null` and `x != null`: whether x is null, with a variable looked at
 // in place.
 bool isNullOperand(Context &ctx, Node *n) {
-  if (n->opcode == OP_NAME)
+  if (n->opcode == OP_NAME) {
     if (Symbol *s = variableAt(n)) return s->value.isNull();
+  } else if (n->opcode == OP_INDEX) {
+    int null = elementIsNull(n);
+    if (null >= 0) return null;
+  }
   Value v;
   evaluateNode(ctx, v, n);
   return v.isNull();
@@ -944,19 +1042,27 @@ void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, n
 
 void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
 
+// A block's value is its last statement's: the statements before it run as
+// statements whose value is not read.
+inline void runBlockStatements(Context &ctx, Value &result, Node *first) {
+  result.setNull();
+  for (Node *s = first; s; s = s->next) {
+    if (s->next)
+      evaluateDiscarded(ctx, result, s);
+    else
+      evaluateNode(ctx, result, s);
+    if (ctx.jump != JUMP_NONE) return;
+  }
+}
+
 void execBlock(Context &ctx, Value &result, Node *node) {
   if (node->scopeless) {
-    result.setNull();
-    for (Node *s = node->left; s; s = s->next) {
-      evaluateNode(ctx, result, s);
-      if (ctx.jump != JUMP_NONE) return;
-    }
+    runBlockStatements(ctx, result, node->left);
     return;
   }
   ScopeGuard scope;
   pushBlockScope(node);
-  result.setNull();
-  evaluateList(ctx, result, node->left);
+  runBlockStatements(ctx, result, node->left);
 }
 
 void execIf(Context &ctx, Value &result, Node *node) {
@@ -1025,6 +1131,16 @@ bool plainNumberShape(Node *r) {
   return r->numericState == NUMERIC_COMPILED;
 }
 
+// A statement node whose values keep sending it to the general path (an
+// element holding arrays, say) stops trying after this many misses.
+constexpr uint8_t kStatementMisses = 16;
+
+// Counts a miss for a statement node that the in-place path could not take.
+[[gnu::cold]] bool statementMiss(Node *n) {
+  if (++n->statementMisses >= kStatementMisses) n->statementState = STATEMENT_GENERAL;
+  return false;
+}
+
 // Decides an assignment node's statementState from its shape.
 [[gnu::cold]] bool decideStatement(Node *n) {
   Node *r = n->right;
@@ -1045,14 +1161,14 @@ bool plainNumberShape(Node *r) {
   Node *r = n->right;
   double d;
   if (r->opcode > OP_FALSE) [[likely]] {
-    if (!sideEffectFreeNumber(r, d)) return false;
+    if (!sideEffectFreeNumber(r, d)) return statementMiss(n);
     // The value first; only then is the target looked up (or declared).
     if (n->left->opcode == OP_NAME) {
       variableForAssignment(n->left)->value.setNumber(d);
       return true;
     }
     Value v = Value::num(d);
-    return storeElementInPlace(n->left, v) || writeElementFast(n->left, v);
+    return storeElementInPlace(n->left, v) || writeElementFast(n->left, v) || statementMiss(n);
   }
   Value v;  // null
   if (r->opcode != OP_NULL) v.setBool(r->opcode == OP_TRUE);
@@ -1092,13 +1208,12 @@ bool plainNumberShape(Node *r) {
   double x, y;
   if (t->opcode == OP_NAME) {
     Symbol *s = variableAt(t);
-    if (!s || !s->value.isNumber() || !sideEffectFreeNumber(n->right, y)) return false;
+    if (!s || !s->value.isNumber() || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
     s->value.number = numericOp(n->line, op, s->value.number, y);
     return true;
   }
-  if (t->opcode != OP_INDEX) return false;
   HeldValue *e = numberElement(t, x);
-  if (!e || !sideEffectFreeNumber(n->right, y)) return false;
+  if (!e || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
   e->setNumber(numericOp(n->line, op, x, y));
   return true;
 }

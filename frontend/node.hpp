@@ -180,8 +180,9 @@ struct token_tag__ {
   uint8_t numericState = 0;
   // Assignment nodes: whether, as a statement whose value is not read, the
   // node's shape lets it store in place (eval/evaluator.cpp); decided the
-  // first time it runs so.
+  // first time it runs so; given up after `statementMisses` reaches a limit.
   uint8_t statementState = 0;
+  uint8_t statementMisses = 0;
   NumericCode *numeric = nullptr;
 };
 
