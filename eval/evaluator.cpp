@@ -871,7 +871,7 @@ inline bool storeElementInPlace(Node *target, const Value &v) {
   MArray *a = s ? asArray(s->value) : nullptr;
   // Below 0 the index truncates toward zero: the general path decides.
   if (!a || !(d >= 0 && d < static_cast<double>(a->size()))) return false;
-  a->set(static_cast<long long>(d), v);
+  a->items[static_cast<size_t>(d)] = v;
   return true;
 }
 
