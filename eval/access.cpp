@@ -182,7 +182,7 @@ int elementIsNull(Node *n) {
   return e ? e->isNull() : -1;
 }
 
-int elementTruth(Node *n) {
+int elementTruthSlow(Node *n) {
   const HeldValue *e = elementInPlace(n);
   if (!e) return -1;
   double d;

@@ -1,5 +1,6 @@
 // Reading and assigning places: names, array elements, hash keys and members.
 #pragma once
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -105,7 +106,24 @@ HeldValue *numberElement(Node *n, double &out);
 // The truth of `a[i]` or `h[k]` read in place, as elementNumber reads
 // them, when the element is a number, a boolean or null (a missing key is
 // null): 1 or 0. -1 when the general path must read it.
-int elementTruth(Node *n);
+int elementTruthSlow(Node *n);
+inline int elementTruth(Node *n) {
+  // A named array and a number index within its length, read here as
+  // elementNumber reads it; everything else out of line.
+  if (n->left->opcode == OP_NAME && n->right->opcode <= OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    if (a && numberLeaf(n->right, d) && d >= 0 && d < static_cast<double>(a->size())) {
+      const HeldValue &e = a->items[static_cast<size_t>(d)];
+      if (e.numberInto(d)) return !std::isnan(d) && d != 0;
+      if (e.isBool()) return e.number() != 0;
+      if (e.isNull()) return 0;
+      return -1;
+    }
+  }
+  return elementTruthSlow(n);
+}
 // Whether `a[i]` or `h[k]`, read as elementTruth reads it, is null: 1 or 0;
 // -1 when the general path must read it.
 int elementIsNull(Node *n);

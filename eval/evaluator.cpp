@@ -1242,15 +1242,71 @@ void execDo(Context &ctx, Value &result, Node *node) {
   result.setNull();
 }
 
+// A counted loop: a step `i++`, `i--`, `i += leaf` or `i -= leaf` and a test
+// `i <op> ...` whose name nodes denote the same variable (same name, same
+// candidate slots), since nothing runs between the step and the test. The
+// step's name node, or null for other loops.
+Node *countedName(const Control *c) {
+  Node *step = c->c, *test = c->b;
+  if (!step || !test || test->opcode < OP_EQ || test->opcode > OP_LE) return nullptr;
+  if (step->opcode == OP_ADD_ASSIGN || step->opcode == OP_SUB_ASSIGN) {
+    if (step->right->opcode != OP_NUMBER && step->right->opcode != OP_NAME) return nullptr;
+  } else if (step->opcode < OP_PREINC || step->opcode > OP_POSTDEC) {
+    return nullptr;
+  }
+  Node *name = step->left, *tested = test->left;
+  if (name->opcode != OP_NAME || tested->opcode != OP_NAME || !name->resolved ||
+      !tested->resolved || name->payload.name != tested->payload.name ||
+      name->candidates != tested->candidates)
+    return nullptr;
+  for (int k = 0; k < name->candidates; k++)
+    if (name->candidate[k] != tested->candidate[k]) return nullptr;
+  return name;
+}
+
+// A counted loop's step and test with the variable looked up once: -1 when
+// nothing was done (the variable or the step is not a number), else the
+// test's truth.
+[[gnu::always_inline]] inline int countedStep(Context &ctx, Control *c, Node *name,
+                                              Value &scratch) {
+  Symbol *s = variableAt(name);
+  if (!s || !s->value.isNumber()) return -1;
+  Node *step = c->c;
+  double y;
+  switch (step->opcode) {
+    case OP_PREINC:
+    case OP_POSTINC:
+      s->value.number += 1;
+      break;
+    case OP_PREDEC:
+    case OP_POSTDEC:
+      s->value.number -= 1;
+      break;
+    default:
+      if (!numberLeaf(step->right, y)) return -1;
+      s->value.number = step->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+  }
+  if (numberLeaf(c->b->right, y)) return numericCompare(c->b->opcode, s->value.number, y);
+  return testCondition(ctx, c->b, scratch);
+}
+
 void execFor(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Value tmp, cond, body;
   bool continuing;
   if (c->a) evaluateNode(ctx, tmp, c->a);
+  Node *counted = countedName(c);
+  bool tested = false;
   for (;;) {
-    if (c->b && !testCondition(ctx, c->b, cond)) break;
+    if (!tested && c->b && !testCondition(ctx, c->b, cond)) break;
     if (c->d) runLoopBody(ctx, body, c->d);
     if (loopShouldExit(ctx, continuing)) break;
+    if (counted) {
+      int test = countedStep(ctx, c, counted, cond);
+      if (test == 0) break;
+      tested = test > 0;
+      if (tested) continue;
+    }
     if (c->c) evaluateDiscarded(ctx, tmp, c->c);
   }
   result.setNull();
