@@ -20,6 +20,12 @@ class Context {
     askedLevel = remaining = level;
     returned.setNull();
   }
+  // A pending return of the value already in `returned`.
+  void setReturn(int line) {
+    jump = JUMP_RETURN;
+    jumpLine = line;
+    askedLevel = remaining = 1;
+  }
   void clearJump() {
     jump = JUMP_NONE;
     returned.setNull();

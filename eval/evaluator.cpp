@@ -45,35 +45,34 @@ void takeStep(int line) {
   if (stepsLeft == 0) raise_error(line, "Step budget exhausted");
 }
 
-// Arguments live on the C stack for the common small counts.
+// Arguments live on the C stack for the common small counts. They are made
+// one by one, in order, as they are evaluated: a variable's value is copied
+// in without first making a null to assign over.
 class ArgBuffer {
  public:
   explicit ArgBuffer(size_t n) : n_(n) {
-    if (n > kInline) {
-      heap_ = new Value[n];
-      data_ = heap_;
-    } else {
-      data_ = reinterpret_cast<Value *>(inline_);
-      for (size_t i = 0; i < n; i++) new (data_ + i) Value();
-    }
+    data_ = n > kInline ? static_cast<Value *>(::operator new(n * sizeof(Value)))
+                        : reinterpret_cast<Value *>(inline_);
   }
   ~ArgBuffer() {
-    if (heap_)
-      delete[] heap_;
-    else
-      for (size_t i = 0; i < n_; i++) data_[i].~Value();
+    for (size_t i = 0; i < made_; i++) data_[i].~Value();
+    if (data_ != reinterpret_cast<Value *>(inline_)) ::operator delete(data_);
   }
   ArgBuffer(const ArgBuffer &) = delete;
   ArgBuffer &operator=(const ArgBuffer &) = delete;
-  Value *data() { return data_; }
+  // The next argument, null, to be evaluated into.
+  Value &addNull() { return *new (data_ + made_++) Value(); }
+  void add(const Value &v) { new (data_ + made_++) Value(v); }
+  void add(Value &&v) { new (data_ + made_++) Value(std::move(v)); }
+  // Every argument is made by now.
   Args args() { return Args{data_, n_}; }
 
  private:
   static constexpr size_t kInline = 6;
   alignas(Value) unsigned char inline_[kInline * sizeof(Value)];
   Value *data_;
-  Value *heap_ = nullptr;
   size_t n_;
+  size_t made_ = 0;
 };
 
 size_t countList(Node *n) {
@@ -310,21 +309,6 @@ enum : uint8_t { STATEMENT_UNTRIED = 0, STATEMENT_IN_PLACE = 1, STATEMENT_GENERA
   evaluateNode(ctx, scratch, n);
 }
 
-// Runs the body of a script function whose frame runs, with its parameter
-// scope open and set; the body block is opened here rather than through its
-// node: the same scopes a call has always had, one dispatch fewer.
-void runBody(Context &ctx, Value &result, FunctionDef *def) {
-  Value body;
-  evaluateList(ctx, body, def->body->left);
-  if (ctx.jump == JUMP_RETURN) {
-    result = std::move(ctx.returned);
-    ctx.jump = JUMP_NONE;
-    return;
-  }
-  result.setNull();
-  settleJump(ctx, result);
-}
-
 // An argument: a name is copied from its variable without a dispatch (an
 // undeclared one is left to its handler, which reports it).
 inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
@@ -333,6 +317,64 @@ inline void evaluateArgument(Context &ctx, Value &slot, Node *a) {
       slot = s->value;
       return;
     }
+  evaluateNode(ctx, slot, a);
+}
+
+inline bool testCondition(Context &ctx, Node *n, Value &scratch);
+
+// Runs the body of a script function whose frame runs, with its scopes open
+// and its parameters set; the body block's statements run here rather than
+// through its node. A return among them, also as the whole then-branch of an
+// if without else (a guard: `if (n < 2) return n;`), gives its value straight
+// to the caller, without a pending jump; one nested deeper leaves its value in
+// the context.
+[[gnu::always_inline]] inline void runBody(Context &ctx, Value &result, FunctionDef *def) {
+  Value statement;
+  for (Node *s = def->body->left; s; s = s->next) {
+    Node *ret = nullptr;
+    if (s->opcode == OP_RETURN) {
+      ret = s;
+    } else if (s->opcode == OP_IF && s->payload.ctl->b->opcode == OP_RETURN && !s->payload.ctl->c) {
+      if (!testCondition(ctx, s->payload.ctl->a, statement)) continue;
+      ret = s->payload.ctl->b;
+    }
+    if (ret) {
+      if (ret->left)
+        evaluateArgument(ctx, result, ret->left);
+      else
+        result.setNull();
+      return;
+    }
+    evaluateNode(ctx, statement, s);
+    if (ctx.jump != JUMP_NONE) [[unlikely]] {
+      if (ctx.jump != JUMP_RETURN) break;
+      result = std::move(ctx.returned);
+      ctx.jump = JUMP_NONE;
+      return;
+    }
+  }
+  result.setNull();
+  settleJump(ctx, result);
+}
+
+// An argument of a script function, evaluated into its parameter: as
+// evaluateArgument, and also a sum or difference of two number leaves (`n - 1`,
+// the usual argument of recursion) is computed without a dispatch.
+inline void evaluateParameter(Context &ctx, Value &slot, Node *a) {
+  if (a->opcode == OP_NAME) {
+    if (Symbol *s = variableAt(a)) {
+      slot = s->value;
+      return;
+    }
+  } else if (a->opcode == OP_ADD || a->opcode == OP_SUB) {
+    // Leaves have no side effects, so nothing has happened when one is not a
+    // number and the handler takes over.
+    double x, y;
+    if (numberLeaf(a->left, x) && numberLeaf(a->right, y)) {
+      slot.setNumber(a->opcode == OP_ADD ? x + y : x - y);
+      return;
+    }
+  }
   evaluateNode(ctx, slot, a);
 }
 
@@ -365,50 +407,23 @@ class ReservedFrame {
   FrameMark mark_;
 };
 
-// A call of a script function with one parameter per argument: each argument
-// is evaluated straight into its parameter's slot. False, with nothing
-// evaluated, when the call does not have that shape.
-bool callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
-  FunctionDef *def = fd->def;
-  const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
-  size_t argc = countList(node->left);
-  if (!layout.distinctParams || argc != layout.paramSlots.size()) return false;
-  // Held from here: an argument may redefine the function, and the layout
-  // belongs to the variant.
-  CallFrame running(fd);
-  Frame frame;
-  ReservedFrame slots(frame, layout, &fd->statics);
-  const int32_t *param = layout.paramSlots.data();
-  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, frame.slots[*param++].value, a);
-  if (node->cacheGen != functionGeneration()) {
-    // An argument redefined functions: call what the name means now.
-    ArgBuffer buf(argc);
-    for (size_t i = 0; i < argc; i++)
-      buf.data()[i] = std::move(frame.slots[layout.paramSlots[i]].value);
-    callEvaluated(ctx, result, node, buf.args());
-    return true;
-  }
-  enterCall(node->line);
-  activateFrame(frame);
-  ScopeGuard scopes;
-  pushCallScopes(def->body);
-  for (size_t i = 0; i < argc; i++) frame.slots[layout.paramSlots[i]].live = true;
-  slots.scoped();
-  runBody(ctx, result, def);
-  return true;
-}
-
-void evalCall(Context &ctx, Value &result, Node *node) {
-  func_data *fd = nullptr;
-  if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
-    fd = node->cachedFunc;
-    if (fd && fd->def && callInPlace(ctx, result, node, fd)) return;
-  }
-  size_t argc = countList(node->left);
+// A call with its arguments gathered first: built-ins, variables holding a
+// function, and script functions whose parameters cannot take their
+// arguments in place. `fd` is the variant the site has cached, if any.
+[[gnu::noinline]] void callWithArgs(Context &ctx, Value &result, Node *node, func_data *fd) {
+  // A cached variant of fixed arity was chosen for exactly this many.
+  size_t argc = fd && fd->arity >= 0 ? static_cast<size_t>(fd->arity) : countList(node->left);
   ArgBuffer buf(argc);
-  Value *argv = buf.data();
-  size_t i = 0;
-  for (Node *a = node->left; a; a = a->next) evaluateArgument(ctx, argv[i++], a);
+  for (Node *a = node->left; a; a = a->next) {
+    // A name is copied from its variable without a dispatch (an undeclared
+    // one is left to its handler, which reports it).
+    if (a->opcode == OP_NAME)
+      if (Symbol *s = variableAt(a)) {
+        buf.add(s->value);
+        continue;
+      }
+    evaluateNode(ctx, buf.addNull(), a);
+  }
   if (fd && fd->handler && node->cacheGen == functionGeneration()) {
     // A built-in the site has cached, and no argument redefined functions:
     // what call_function does for it, without finding it again.
@@ -418,6 +433,59 @@ void evalCall(Context &ctx, Value &result, Node *node) {
     return;
   }
   callEvaluated(ctx, result, node, buf.args());
+}
+
+// A call of the script function the site has cached: each argument is
+// evaluated straight into its parameter's slot. The site cached `fd` for its
+// own argument count, and a script function takes exactly as many arguments
+// as it has parameters, so the counts agree. A repeated parameter name (one
+// variable for two arguments) takes the general way.
+[[gnu::noinline]] void callInPlace(Context &ctx, Value &result, Node *node, func_data *fd) {
+  FunctionDef *def = fd->def;
+  const FrameLayout &layout = def->layout ? *def->layout : functionLayout(def);
+  if (!layout.distinctParams) [[unlikely]] {
+    callWithArgs(ctx, result, node, nullptr);
+    return;
+  }
+  // Held from here: an argument may redefine the function, and the layout
+  // belongs to the variant.
+  CallFrame running(fd);
+  Frame frame;
+  ReservedFrame slots(frame, layout, &fd->statics);
+  // A parameter is live once its argument is in: nothing sees the frame
+  // before it runs, and ReservedFrame empties it again if the call never does.
+  const int32_t *param = layout.paramSlots.data();
+  for (Node *a = node->left; a; a = a->next) {
+    Symbol &p = frame.slots[*param++];
+    evaluateParameter(ctx, p.value, a);
+    p.live = true;
+  }
+  if (node->cacheGen != functionGeneration()) [[unlikely]] {
+    // An argument redefined functions: call what the name means now.
+    size_t argc = layout.paramSlots.size();
+    ArgBuffer buf(argc);
+    for (size_t i = 0; i < argc; i++) buf.add(std::move(frame.slots[layout.paramSlots[i]].value));
+    callEvaluated(ctx, result, node, buf.args());
+    return;
+  }
+  enterCall(node->line);
+  activateFrame(frame);
+  ScopeGuard scopes;
+  pushCallScopes(def->body);
+  slots.scoped();
+  runBody(ctx, result, def);
+}
+
+void evalCall(Context &ctx, Value &result, Node *node) {
+  func_data *fd = nullptr;
+  if (node->right->opcode == OP_NAME && node->cacheGen == functionGeneration()) {
+    fd = node->cachedFunc;
+    if (fd && fd->def) {
+      callInPlace(ctx, result, node, fd);
+      return;
+    }
+  }
+  callWithArgs(ctx, result, node, fd);
 }
 
 void evalFuncDef(Node *node) {
@@ -1277,10 +1345,17 @@ void execCond(Context &ctx, Value &result, Node *node) {
 }
 
 void execReturn(Context &ctx, Value &result, Node *node) {
-  Value v;
-  if (node->left) evaluateNode(ctx, v, node->left);
-  ctx.setJump(JUMP_RETURN, node->line, 1);
-  ctx.returned = std::move(v);
+  // A variable's value is copied straight to where the call takes it from.
+  Node *e = node->left;
+  Symbol *s = e && e->opcode == OP_NAME ? variableAt(e) : nullptr;
+  if (s) {
+    ctx.returned = s->value;
+  } else {
+    Value v;
+    if (e) evaluateNode(ctx, v, e);
+    ctx.returned = std::move(v);
+  }
+  ctx.setReturn(node->line);
   result.setNull();
 }
 

@@ -37,34 +37,37 @@ void dropTable(SymMan *t) {
     delete t;
 }
 
-// Slots for a frame, from the top of the chunk stack.
+// A chunk of slots that hold no variable.
+ScopeStack::Chunk newChunk(size_t size) {
+  ScopeStack::Chunk c{std::make_unique<Symbol[]>(size), size};
+  for (size_t i = 0; i < size; i++) c.symbols[i].live = false;
+  return c;
+}
+
 }  // namespace
 
 Symbol *takeSlotsSlow(size_t n) {
   ScopeStack &st = cur();
-  if (st.chunks.empty()) {
-    st.chunks.push_back(
-        {std::make_unique<Symbol[]>(std::max(kChunkSymbols, n)), std::max(kChunkSymbols, n)});
-    st.chunk = 0;
-    st.used = 0;
-  }
-  if (st.used + n > st.chunks[st.chunk].size) {
-    // Chunks above the one in use hold no frame, so one too small is replaced.
-    size_t next = st.used == 0 ? st.chunk : st.chunk + 1;
-    size_t size = std::max(kChunkSymbols, n);
-    if (next == st.chunks.size())
-      st.chunks.push_back({std::make_unique<Symbol[]>(size), size});
-    else if (st.chunks[next].size < n)
-      st.chunks[next] = {std::make_unique<Symbol[]>(size), size};
-    st.chunk = next;
-    st.used = 0;
-  }
-  Symbol *p = st.chunks[st.chunk].symbols.get() + st.used;
-  st.used += n;
+  // Chunks above the one in use hold no frame, so one too small is replaced.
+  // The chunk in use stays even when empty: frame marks point into it.
+  size_t next = st.chunk + 1;
+  size_t size = std::max(kChunkSymbols, n);
+  if (next == st.chunks.size())
+    st.chunks.push_back(newChunk(size));
+  else if (st.chunks[next].size < n)
+    st.chunks[next] = newChunk(size);
+  st.chunk = next;
+  Symbol *p = st.chunks[next].symbols.get();
+  st.slotEnd = p + st.chunks[next].size;
+  st.slotTop = p + n;
   return p;
 }
 
-namespace {}  // namespace
+void returnToChunk(size_t chunk) {
+  ScopeStack &st = cur();
+  st.chunk = chunk;
+  st.slotEnd = st.chunks[chunk].symbols.get() + st.chunks[chunk].size;
+}
 
 void SymMan::clear() {
   for (Symbol *s : symbols) {
@@ -81,6 +84,9 @@ ScopeStack::ScopeStack() {
     std::abort();
   }
   activeScopes = this;
+  // Chunk 0 is empty, so that the first frame with slots takes a real one
+  // (when it runs) the way every later overflow does.
+  chunks.push_back(Chunk{nullptr, 0});
 }
 
 ScopeStack::~ScopeStack() {

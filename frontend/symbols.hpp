@@ -76,6 +76,13 @@ class ScopeList {
     if (top_ == cap_) grow();
     *top_++ = s;
   }
+  // Room for two more, returned uninitialised for the caller to fill.
+  Scope *pushTwo() {
+    if (cap_ - top_ < 2) grow();
+    Scope *s = top_;
+    top_ += 2;
+    return s;
+  }
   void pop() { --top_; }
 
  private:
@@ -88,8 +95,8 @@ class ScopeList {
 // Where enterFrame left the slot stack and the running frame.
 struct FrameMark {
   Frame *previous;
+  Symbol *top;
   size_t chunk;
-  size_t used;
 };
 
 // The scope stack of the interpreter state. While it exists it is the stack
@@ -105,8 +112,9 @@ struct ScopeStack {
     size_t size;
   };
   std::vector<Chunk> chunks;
-  size_t chunk = 0;  // the chunk in use
-  size_t used = 0;   // its symbols taken
+  size_t chunk = 0;           // the chunk in use
+  Symbol *slotTop = nullptr;  // its first free symbol
+  Symbol *slotEnd = nullptr;  // its end
   std::vector<SymMan *> freeTables;
   ScopeStack();
   ~ScopeStack();
@@ -136,11 +144,21 @@ inline void pushFunctionScope() {
   s.slots = s.block == 0 && s.frame->layout->blocks[0].count > 0;
   activeScopes->scopes.push(s);
 }
-// The two scopes a call of a script function opens: its parameters and its
-// body block.
+// The two scopes a call of a script function opens: its parameters (block 0
+// of the running frame's layout) and its body block.
 inline void pushCallScopes(const Node *body) {
-  pushFunctionScope();
-  pushBlockScope(body);
+  Frame *f = activeScopes->frame;
+  Scope *s = activeScopes->scopes.pushTwo();
+  s[0].kind = SCOPE_FUNCTION;
+  s[0].block = 0;
+  s[0].slots = f->layout->blocks[0].count > 0;
+  s[0].frame = f;
+  s[0].extra = nullptr;
+  s[1].kind = SCOPE_BLOCK;
+  s[1].block = body->slot;
+  s[1].slots = body->resolved;
+  s[1].frame = f;
+  s[1].extra = nullptr;
 }
 // Closes the innermost scope, releasing its variables.
 void popScope();
@@ -180,27 +198,24 @@ SymMan *globalScope();
 Symbol *takeSlotsSlow(size_t n);
 // Gives `frame` fresh slots for `layout`; the running frame stays as it is
 // until activateFrame, so a call can evaluate its arguments (in the caller's
-// frame) straight into the slots of its parameters.
+// frame) straight into the slots of its parameters. Slots come back from
+// leaveFrame with no live variable (every block that made one live released
+// it when it closed), so they need no setting up here.
 inline FrameMark reserveFrame(Frame &frame, const FrameLayout *layout, SymMan **statics) {
   ScopeStack &st = *activeScopes;
-  FrameMark mark{st.frame, st.chunk, st.used};
+  FrameMark mark{st.frame, st.slotTop, st.chunk};
   frame.layout = layout;
   frame.statics = statics;
   frame.dynamic = 0;
   size_t n = layout ? layout->slotCount() : 0;
-  if (n > 0) {
-    // Slots come from the top of a stack of chunks that never move.
-    if (!st.chunks.empty() && st.used + n <= st.chunks[st.chunk].size) {
-      frame.slots = st.chunks[st.chunk].symbols.get() + st.used;
-      st.used += n;
-    } else {
-      frame.slots = takeSlotsSlow(n);
-    }
-    Name *const *names = layout->slotNames.data();
-    for (size_t i = 0; i < n; i++) {
-      frame.slots[i].name = names[i];
-      frame.slots[i].live = false;
-    }
+  // Compared as addresses: a pointer difference divides by the symbol size.
+  Symbol *top = st.slotTop;
+  if (reinterpret_cast<uintptr_t>(top) + n * sizeof(Symbol) <=
+      reinterpret_cast<uintptr_t>(st.slotEnd)) [[likely]] {
+    frame.slots = top;
+    st.slotTop = top + n;
+  } else {
+    frame.slots = takeSlotsSlow(n);
   }
   return mark;
 }
@@ -211,12 +226,14 @@ inline FrameMark enterFrame(Frame &frame, const FrameLayout *layout, SymMan **st
   activateFrame(frame);
   return mark;
 }
+void returnToChunk(size_t chunk);
 // Gives the slots back (every block of the frame is closed by then).
 inline void leaveFrame(const FrameMark &mark) {
   ScopeStack &st = *activeScopes;
   st.frame = mark.previous;
-  st.chunk = mark.chunk;
-  st.used = mark.used;
+  if (st.chunk != mark.chunk) [[unlikely]]
+    returnToChunk(mark.chunk);
+  st.slotTop = mark.top;
 }
 
 // Appends a new symbol holding null to a table.
