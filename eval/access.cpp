@@ -133,7 +133,7 @@ bool elementNumberSlow(Node *n, double &out) {
   return e && e->numberInto(out);
 }
 
-HeldValue *numberElement(Node *n, double &out) {
+HeldValue *numberElementSlow(Node *n, double &out) {
   const Value *container = containerInPlace(n);
   if (!container) return nullptr;
   HeldValue *e = nullptr;

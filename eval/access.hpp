@@ -102,7 +102,20 @@ inline bool numberOperand(Node *n, double &out) {
 // The element `a[i]` or `h[k]` (as elementNumber finds it) when it holds a
 // number, with that number; null otherwise. The pointer is good until
 // something runs that could change the container.
-HeldValue *numberElement(Node *n, double &out);
+HeldValue *numberElementSlow(Node *n, double &out);
+inline HeldValue *numberElement(Node *n, double &out) {
+  // A named array and a number index within its length, found here.
+  if (n->left->opcode == OP_NAME && n->right->opcode <= OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    if (a && numberLeaf(n->right, d) && d >= 0 && d < static_cast<double>(a->size())) {
+      HeldValue &e = a->items[static_cast<size_t>(d)];
+      return e.numberInto(out) ? &e : nullptr;
+    }
+  }
+  return numberElementSlow(n, out);
+}
 // The truth of `a[i]` or `h[k]` read in place, as elementNumber reads
 // them, when the element is a number, a boolean or null (a missing key is
 // null): 1 or 0. -1 when the general path must read it.
