@@ -754,7 +754,10 @@ inline bool numericByCode(Node *node, double &out) {
 [[gnu::always_inline]] inline bool testCondition(Context &ctx, Node *n, Value &scratch) {
   if (n->opcode >= OP_EQ && n->opcode <= OP_LE) {
     double x, y;
-    if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
+    // Elements are tried as numbers for the orderings only, as in execCompare.
+    bool numbers = n->opcode >= OP_GT ? numberOperand(n->left, x) && numberOperand(n->right, y)
+                                      : numberLeaf(n->left, x) && numberLeaf(n->right, y);
+    if (numbers) return numericCompare(n->opcode, x, y);
     if (numericByCode(n, x)) return x != 0;
   } else if (n->opcode == OP_INDEX) {
     int t = elementTruth(n);
