@@ -176,7 +176,7 @@ void splitRegex(int line, MArray *out, std::string_view s, const RegExp *re) {
 }
 
 void bi_split(Context &, int line, const Args &a, Value &r) {
-  const std::string &s = argString(line, a[0]);
+  std::string_view s = argString(line, a[0]);
   MArray *out = new MArray();
   Value holder(out);
   if (a.size() == 1) {

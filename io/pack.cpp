@@ -444,10 +444,14 @@ Value unpackRecord(PackTemplate &t, std::string_view data) {
 }
 
 std::string packRecord(PackTemplate &t, const MHash &values) {
+  std::string out(t.size, '\0');
+  packRecordInto(t, values, out.data());
+  return out;
+}
+
+void packRecordInto(PackTemplate &t, const MHash &values, char *p) {
   // Zero is encoded as zero bytes in every type, so values that are
   // missing or null need no writing.
-  std::string out(t.size, '\0');
-  char *p = out.data();
   for (PackField &f : t.fields) {
     size_t size = typeSize(f.code);
     const HeldValue *v = fieldValue(values, f);
@@ -461,7 +465,6 @@ std::string packRecord(PackTemplate &t, const MHash &values) {
     for (size_t i = 0; i < given; i++) encodeAt(f.code, packNumber(arr->items[i]), p + i * size);
     p += f.count * size;
   }
-  return out;
 }
 
 }  // namespace marl

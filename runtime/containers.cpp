@@ -19,9 +19,17 @@ MRef *MArray::clone() const {
   return a;
 }
 
+// Strings hold nothing, so they are marked here instead of being stacked:
+// an array of a million strings needs no million-entry stack.
 void MArray::pushChildren(MarkStack &stack) const {
-  for (const HeldValue &h : items)
-    if (MRef *o = h.object(); o && !o->marked) stack.push_back(o);
+  for (const HeldValue &h : items) {
+    MRef *o = h.object();
+    if (!o || o->marked) continue;
+    if (o->type == ObjType::String)
+      o->marked = true;
+    else
+      stack.push_back(o);
+  }
 }
 
 MRef *MHash::clone() const {
@@ -32,7 +40,12 @@ MRef *MHash::clone() const {
 
 void MHash::pushChildren(MarkStack &stack) const {
   for (const auto &e : entries.unordered())
-    if (MRef *o = e.second.object(); o && !o->marked) stack.push_back(o);
+    if (MRef *o = e.second.object(); o && !o->marked) {
+      if (o->type == ObjType::String)
+        o->marked = true;
+      else
+        stack.push_back(o);
+    }
 }
 
 bool MString::serialize(BStream &s) const {
@@ -41,7 +54,7 @@ bool MString::serialize(BStream &s) const {
 }
 
 bool MString::deserialize(BStream &s) {
-  text = s.readString();
+  text = std::string_view(s.readString());
   return true;
 }
 

@@ -37,9 +37,15 @@ void markFrom(MarkStack &stack) {
   }
 }
 
-void markPhase() {
+// Between collections every object is unmarked: the sweep unmarks the
+// survivors, so a collection walks the registry twice (locked objects, then
+// the sweep) instead of three times.
+void clearMarks() {
   for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next)
     static_cast<MRef *>(l)->marked = false;
+}
+
+void markPhase() {
   MarkStack stack;
   if (rootMarker) rootMarker(stack);
   markFrom(stack);
@@ -78,7 +84,12 @@ void counterUnderflow(const char *which) { raise_error(0, "%s", which); }
 
 void destroyObject(MRef *o) {
   if (registry().draining) {
-    registry().pendingFree.push_back(o);
+    // A string holds nothing, so freeing it at once cannot recurse; a
+    // dropped array of a million strings then needs no million-entry list.
+    if (o->type == ObjType::String)
+      delete o;
+    else
+      registry().pendingFree.push_back(o);
     return;
   }
   registry().draining = true;
@@ -113,9 +124,13 @@ void collect(bool runFinalizers) {
           due.push_back(static_cast<MHandle *>(o));
       }
       for (MHandle *h : due) finalizeHandle(h);
-      if (!due.empty()) markPhase();
+      if (!due.empty()) {
+        clearMarks();
+        markPhase();
+      }
     }
   } catch (...) {
+    clearMarks();
     registry().collecting = false;
     throw;
   }
@@ -127,7 +142,10 @@ void collect(bool runFinalizers) {
   while (l != &registry().head) {
     RegistryLink *next = l->next;
     MRef *o = static_cast<MRef *>(l);
-    if (!o->marked) delete o;
+    if (!o->marked)
+      delete o;
+    else
+      o->marked = false;
     l = next;
   }
   registry().sweeping = false;
