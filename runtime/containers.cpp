@@ -22,11 +22,12 @@ MRef *MArray::clone() const {
 // Strings hold nothing, so they are marked here instead of being stacked:
 // an array of a million strings needs no million-entry stack.
 void MArray::pushChildren(MarkStack &stack) const {
+  const bool sense = registry().markSense;
   for (const HeldValue &h : items) {
     MRef *o = h.object();
-    if (!o || o->marked) continue;
+    if (!o || o->marked == sense) continue;
     if (o->type == ObjType::String)
-      o->marked = true;
+      o->marked = sense;
     else
       stack.push_back(o);
   }
@@ -39,10 +40,11 @@ MRef *MHash::clone() const {
 }
 
 void MHash::pushChildren(MarkStack &stack) const {
+  const bool sense = registry().markSense;
   for (const auto &e : entries.unordered())
-    if (MRef *o = e.second.object(); o && !o->marked) {
+    if (MRef *o = e.second.object(); o && o->marked != sense) {
       if (o->type == ObjType::String)
-        o->marked = true;
+        o->marked = sense;
       else
         stack.push_back(o);
     }

@@ -28,30 +28,32 @@ void unlink(MRef *o) {
 }
 
 void markFrom(MarkStack &stack) {
+  const bool sense = registry().markSense;
   while (!stack.empty()) {
     MRef *o = stack.back();
     stack.pop_back();
-    if (o->marked) continue;
-    o->marked = true;
+    if (o->marked == sense) continue;
+    o->marked = sense;
     o->pushChildren(stack);
   }
 }
 
-// Between collections every object is unmarked: the sweep unmarks the
-// survivors, so a collection walks the registry twice (locked objects, then
-// the sweep) instead of three times.
-void clearMarks() {
+// Gives every object the same mark: `marked` true leaves them all marked
+// in the current collection, false all unmarked.
+void setAllMarks(bool marked) {
+  const bool value = marked == registry().markSense;
   for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next)
-    static_cast<MRef *>(l)->marked = false;
+    static_cast<MRef *>(l)->marked = value;
 }
 
 void markPhase() {
   MarkStack stack;
   if (rootMarker) rootMarker(stack);
   markFrom(stack);
+  const bool sense = registry().markSense;
   for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
     MRef *o = static_cast<MRef *>(l);
-    if (o->locks != 0 && !o->marked) {
+    if (o->locks != 0 && o->marked != sense) {
       stack.push_back(o);
       markFrom(stack);
     }
@@ -60,7 +62,9 @@ void markPhase() {
 
 }  // namespace
 
-MRef::MRef(ObjType t) : type(t) {
+// A new object carries the current sense, which the next collection's flip
+// turns into "unmarked".
+MRef::MRef(ObjType t) : marked(registry().markSense), type(t) {
   MObjMan &r = registry();
   RegistryLink *last = r.head.prev;
   prev = last;
@@ -114,23 +118,28 @@ void finalizeHandle(MHandle *h) {
 void collect(bool runFinalizers) {
   if (registry().collecting) return;
   registry().collecting = true;
+  registry().markSense = !registry().markSense;  // every object is unmarked now
   try {
     markPhase();
-    if (runFinalizers) {
+    if (runFinalizers && registry().handles != 0) {
+      const bool sense = registry().markSense;
       std::vector<MHandle *> due;
       for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
         MRef *o = static_cast<MRef *>(l);
-        if (o->type == ObjType::Handle && !o->marked && !static_cast<MHandle *>(o)->finalized)
+        if (o->type == ObjType::Handle && o->marked != sense &&
+            !static_cast<MHandle *>(o)->finalized)
           due.push_back(static_cast<MHandle *>(o));
       }
       for (MHandle *h : due) finalizeHandle(h);
       if (!due.empty()) {
-        clearMarks();
+        // Objects the finalizers made carry the current sense: unmark all.
+        setAllMarks(false);
         markPhase();
       }
     }
   } catch (...) {
-    clearMarks();
+    // All marked, so that the next collection's flip unmarks them all.
+    setAllMarks(true);
     registry().collecting = false;
     throw;
   }
@@ -138,14 +147,12 @@ void collect(bool runFinalizers) {
   // survivors are simply dropped, so every destruction is independent and
   // the walk can keep its place instead of restarting.
   registry().sweeping = true;
+  const bool sense = registry().markSense;
   RegistryLink *l = registry().head.next;
   while (l != &registry().head) {
     RegistryLink *next = l->next;
     MRef *o = static_cast<MRef *>(l);
-    if (!o->marked)
-      delete o;
-    else
-      o->marked = false;
+    if (o->marked != sense) delete o;
     l = next;
   }
   registry().sweeping = false;
