@@ -438,7 +438,8 @@ Value unpackRecord(PackTemplate &t, std::string_view data) {
     size_t size = typeSize(f.code);
     const char *p = data.data() + f.offset;
     for (size_t i = 0; i < fit; i++) arr->items[i].setNumber(decodeAt(f.code, p + i * size));
-    *h->findValue(f.name) = holder;
+    // The copy keeps the record's entry positions.
+    const_cast<HeldValue &>(h->entries.unordered()[f.entry].second) = holder;
   }
   return result;
 }

@@ -44,10 +44,32 @@ uint32_t hashOf(std::string_view key) {
   return static_cast<uint32_t>(h ^ (h >> 32));
 }
 
-// Most keys differ in length or first byte: check those before comparing.
-bool sameKey(const std::string &a, std::string_view b) {
-  return a.size() == b.size() &&
-         (b.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), b.size()) == 0));
+// n bytes, n >= 1. Keys are mostly short words: up to 16 bytes take two
+// overlapping loads each side instead of a call to memcmp.
+[[gnu::always_inline]] inline bool sameBytes(const char *p, const char *q, size_t n) {
+  if (n >= 8) {
+    if (n > 16) return std::memcmp(p, q, n) == 0;
+    uint64_t a, b, c, d;
+    std::memcpy(&a, p, 8);
+    std::memcpy(&b, q, 8);
+    std::memcpy(&c, p + n - 8, 8);
+    std::memcpy(&d, q + n - 8, 8);
+    return ((a ^ b) | (c ^ d)) == 0;
+  }
+  if (n >= 4) {
+    uint32_t a, b, c, d;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, q, 4);
+    std::memcpy(&c, p + n - 4, 4);
+    std::memcpy(&d, q + n - 4, 4);
+    return ((a ^ b) | (c ^ d)) == 0;
+  }
+  return p[0] == q[0] && p[n >> 1] == q[n >> 1] && p[n - 1] == q[n - 1];
+}
+
+// Most keys differ in length: check that before comparing.
+[[gnu::always_inline]] inline bool sameKey(const std::string &a, std::string_view b) {
+  return a.size() == b.size() && (b.empty() || sameBytes(a.data(), b.data(), b.size()));
 }
 
 }  // namespace
@@ -57,6 +79,14 @@ HashTable::HashTable(const HashTable &other)
 
 HashTable &HashTable::operator=(const HashTable &other) {
   if (this == &other) return *this;
+  if (slots_.empty()) {
+    // Nothing to release: copy in place (a fresh hash given its entries).
+    slots_ = other.slots_;
+    index_ = other.index_;
+    order_ = other.order_;
+    sorted_ = other.sorted_;
+    return *this;
+  }
   HashTable copy(other);
   // The old entries are released last, when `copy` goes.
   slots_.swap(copy.slots_);

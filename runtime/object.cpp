@@ -42,14 +42,16 @@ void markFrom(MarkStack &stack) {
 // in the current collection, false all unmarked.
 void setAllMarks(bool marked) {
   const bool value = marked == registry().markSense;
-  for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next)
-    static_cast<MRef *>(l)->marked = value;
+  for (RegistryLink *list : {&registry().head, &registry().leaves})
+    for (RegistryLink *l = list->next; l != list; l = l->next)
+      static_cast<MRef *>(l)->marked = value;
 }
 
 void markPhase() {
   MarkStack stack;
   if (rootMarker) rootMarker(stack);
   markFrom(stack);
+  // Locked strings are kept by the sweep instead: they have nothing to mark.
   const bool sense = registry().markSense;
   for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
     MRef *o = static_cast<MRef *>(l);
@@ -66,11 +68,12 @@ void markPhase() {
 // turns into "unmarked".
 MRef::MRef(ObjType t) : marked(registry().markSense), type(t) {
   MObjMan &r = registry();
-  RegistryLink *last = r.head.prev;
+  RegistryLink &list = t == ObjType::String ? r.leaves : r.head;
+  RegistryLink *last = list.prev;
   prev = last;
-  next = &r.head;
+  next = &list;
   last->next = this;
-  r.head.prev = this;
+  list.prev = this;
   r.count++;
 }
 
@@ -155,6 +158,13 @@ void collect(bool runFinalizers) {
     if (o->marked != sense) delete o;
     l = next;
   }
+  l = registry().leaves.next;
+  while (l != &registry().leaves) {
+    RegistryLink *next = l->next;
+    MRef *o = static_cast<MRef *>(l);
+    if (o->marked != sense && o->locks == 0) delete o;
+    l = next;
+  }
   registry().sweeping = false;
   registry().collecting = false;
 }
@@ -172,6 +182,7 @@ void collectAndAdjust() {
 
 MObjMan::MObjMan() {
   head.prev = head.next = &head;
+  leaves.prev = leaves.next = &leaves;
   if (detail::currentRegistry) {
     std::fputs("Internal error in MObjMan: a second registry\n", stderr);
     std::abort();
@@ -183,6 +194,7 @@ MObjMan::~MObjMan() {
   // While sweeping, holders release nothing, so every object goes exactly once.
   sweeping = true;
   while (head.next != &head) delete static_cast<MRef *>(head.next);
+  while (leaves.next != &leaves) delete static_cast<MRef *>(leaves.next);
   detail::currentRegistry = nullptr;
 }
 

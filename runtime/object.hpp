@@ -45,12 +45,15 @@ class MRef : public RegistryLink {
   virtual void pushChildren(MarkStack &) const {}
 };
 
-// The registry. Objects sit in an intrusive list, so entering and leaving it
-// is O(1); its order (creation order) is not observable by scripts.
+// The registry. Objects sit in intrusive lists, so entering and leaving them
+// is O(1); their order (creation order) is not observable by scripts.
+// Strings have a list of their own: they hold nothing, so the collector's
+// search for locked objects to mark from can pass them by.
 // One lives in the interpreter state; while it exists it is the registry every
 // object enters, and destroying it is the last release of every object left.
 struct MObjMan {
-  RegistryLink head;  // sentinel of the circular list
+  RegistryLink head;    // sentinel of the circular list of all but strings
+  RegistryLink leaves;  // sentinel of the strings' list
   size_t count = 0;
   size_t threshold = 16;
   size_t handles = 0;  // live MHandles: without any, no finalizer can be due
