@@ -109,6 +109,26 @@ TEST(Collector, LongChainFreedByCountingWithoutRecursion) {
   EXPECT_EQ(live(), before);
 }
 
+// Strings are roots when locked, like every object, though the collector
+// never marks from them.
+TEST(Collector, LockedStringsSurviveUnlockedGarbageStringsGo) {
+  collect(true);
+  size_t before = live();
+  Value alone = makeString("alone");
+  {
+    MArray *a = new MArray();
+    Value va(a);
+    a->push(va);
+    a->push(makeString("in a cycle"));
+  }
+  EXPECT_EQ(live(), before + 3);
+  collect(true);
+  EXPECT_EQ(live(), before + 1);
+  EXPECT_TRUE(asString(alone)->text == std::string_view("alone"));
+  collect(true);
+  EXPECT_EQ(live(), before + 1);
+}
+
 // Marks left over from one collection would keep the next one's garbage.
 TEST(Collector, SurvivorsOfOneCollectionCanDieInTheNext) {
   collect(true);
