@@ -209,7 +209,7 @@ bool HashTable::erase(std::string_view key) {
 }
 
 void HashTable::clear() {
-  std::vector<Entry> gone;
+  PoolVector<Entry> gone;
   gone.swap(slots_);
   index_ = {};
   order_ = {};
