@@ -75,7 +75,11 @@ uint32_t hashOf(std::string_view key) {
 }  // namespace
 
 HashTable::HashTable(const HashTable &other)
-    : slots_(other.slots_), index_(other.index_), order_(other.order_), sorted_(other.sorted_) {}
+    : slots_(other.slots_),
+      index_(other.index_),
+      order_(other.order_),
+      sorted_(other.sorted_),
+      hint_(other.hint_) {}
 
 HashTable &HashTable::operator=(const HashTable &other) {
   if (this == &other) return *this;
@@ -85,6 +89,7 @@ HashTable &HashTable::operator=(const HashTable &other) {
     index_ = other.index_;
     order_ = other.order_;
     sorted_ = other.sorted_;
+    hint_ = other.hint_;
     return *this;
   }
   HashTable copy(other);
@@ -93,13 +98,23 @@ HashTable &HashTable::operator=(const HashTable &other) {
   index_.swap(copy.index_);
   order_.swap(copy.order_);
   std::swap(sorted_, copy.sorted_);
+  std::swap(hint_, copy.hint_);
   return *this;
 }
 
 size_t HashTable::locate(std::string_view key) const {
   if (index_.empty()) {
-    for (size_t i = 0; i < slots_.size(); i++)
-      if (sameKey(slots_[i].first, key)) return i;
+    size_t n = slots_.size(), h = hint_;
+    if (h < n && sameKey(slots_[h].first, key)) {
+      hint_ = static_cast<uint32_t>(h + 1);
+      return h;
+    }
+    for (size_t i = 0; i < n; i++) {
+      if (sameKey(slots_[i].first, key)) {
+        hint_ = static_cast<uint32_t>(i + 1);
+        return i;
+      }
+    }
     return kNone;
   }
   uint32_t h = hashOf(key);
@@ -227,7 +242,7 @@ void HashTable::sortKeys() const {
   auto mid = order_.begin() + static_cast<std::ptrdiff_t>(sorted_);
   std::sort(mid, order_.end(), less);
   std::inplace_merge(order_.begin(), mid, order_.end(), less);
-  sorted_ = n;
+  sorted_ = static_cast<uint32_t>(n);
 }
 
 }  // namespace marl

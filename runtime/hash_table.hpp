@@ -100,7 +100,10 @@ class HashTable {
   std::vector<Cell> index_;  // empty while scanning is cheaper; size a power of 2
   // Positions of the entries in key order, for the first `sorted_` entries.
   mutable std::vector<uint32_t> order_;
-  mutable size_t sorted_ = 0;
+  mutable uint32_t sorted_ = 0;  // entries are limited to 32-bit positions
+  // While the keys are scanned: the position after the last key found,
+  // tried first. Records are mostly filled and read field after field.
+  mutable uint32_t hint_ = 0;
 };
 
 }  // namespace marl
