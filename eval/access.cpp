@@ -82,6 +82,10 @@ bool readElementFast(Node *node, Value &result) {
   return false;
 }
 
+}  // namespace
+
+void undeclaredName(Node *nameNode) { notDeclared(nameNode->line, nameNode->payload.name); }
+
 bool writeElementFast(Node *node, const Value &value) {
   const Value *container = containerInPlace(node);
   if (!container) return false;
@@ -101,11 +105,7 @@ bool writeElementFast(Node *node, const Value &value) {
   return false;
 }
 
-}  // namespace
-
-void undeclaredName(Node *nameNode) { notDeclared(nameNode->line, nameNode->payload.name); }
-
-bool elementNumber(Node *n, double &out) {
+bool elementNumberSlow(Node *n, double &out) {
   const Value *container = containerInPlace(n);
   if (!container) return false;
   const HeldValue *e = nullptr;
@@ -119,6 +119,48 @@ bool elementNumber(Node *n, double &out) {
     e = h->find(*key);
   }
   return e && e->numberInto(out);
+}
+
+HeldValue *numberElement(Node *n, double &out) {
+  const Value *container = containerInPlace(n);
+  if (!container) return nullptr;
+  HeldValue *e = nullptr;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(n->right, d)) return nullptr;
+    long long i = truncIndex(d);
+    if (i < 0 || static_cast<size_t>(i) >= a->size()) return nullptr;
+    e = &a->items[static_cast<size_t>(i)];
+  } else if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return nullptr;
+    e = h->findValue(*key);
+  }
+  return e && e->numberInto(out) ? e : nullptr;
+}
+
+int elementTruth(Node *n) {
+  const Value *container = containerInPlace(n);
+  if (!container) return -1;
+  const HeldValue *e = nullptr;
+  if (MArray *a = asArray(*container)) {
+    double d;
+    if (!numberLeaf(n->right, d)) return -1;
+    e = a->at(truncIndex(d));
+    if (!e) return -1;  // the general path reports the range error
+  } else if (MHash *h = asHash(*container)) {
+    const std::string *key = leafKey(n->right);
+    if (!key) return -1;
+    e = h->find(*key);
+    if (!e) return 0;  // a missing key reads as null
+  } else {
+    return -1;
+  }
+  double d;
+  if (e->numberInto(d)) return !std::isnan(d) && d != 0;
+  if (e->isBool()) return e->number() != 0;
+  if (e->isNull()) return 0;
+  return -1;  // objects: truth() decides on the value read
 }
 
 namespace {

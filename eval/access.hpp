@@ -6,6 +6,7 @@
 #include "eval/context.hpp"
 #include "frontend/node.hpp"
 #include "frontend/symbols.hpp"
+#include "runtime/marray.hpp"
 
 namespace marl {
 
@@ -31,6 +32,9 @@ void s_get(Context &ctx, Value &result, Node *node);
 // Stores `value` into the place the node denotes; `result` receives the stored value.
 void s_set(Context &ctx, Node *node, const Value &value);
 
+// `a[i] = v` or `h[k] = v` on a named container with a leaf index, as
+// s_set stores it; false (nothing done) when the general path must decide.
+bool writeElementFast(Node *node, const Value &value);
 // `a[i] op= v` (an arithmetic op) on a named array with a leaf index, or
 // `h[k] op= v` on a named hash with a leaf key, whose element holds a
 // number, without a place; false (nothing done) otherwise.
@@ -63,7 +67,20 @@ inline Symbol *variableAt(Node *nameNode) { return variableIn(runningFrame(), na
 // effect, so a caller may fall back to the general path after a false answer. `a[i]` or `h[k]` on a
 // named container with a leaf index whose element holds a number (not a boolean): that number, read
 // in place.
-bool elementNumber(Node *n, double &out);
+bool elementNumberSlow(Node *n, double &out);
+inline bool numberLeaf(Node *n, double &out);
+inline bool elementNumber(Node *n, double &out) {
+  // A named array and a number index within its length: read here, since
+  // this is what inner loops do; everything else is decided out of line.
+  if (n->left->opcode == OP_NAME && n->right->opcode <= OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    if (a && numberLeaf(n->right, d) && d >= 0 && d < static_cast<double>(a->size()))
+      return a->items[static_cast<size_t>(d)].numberInto(out);
+  }
+  return elementNumberSlow(n, out);
+}
 inline bool numberLeaf(Node *n, double &out) {
   if (n->opcode == OP_NUMBER) {
     out = n->number;
@@ -80,10 +97,18 @@ inline bool numberLeaf(Node *n, double &out) {
 }
 // An operand of arithmetic or of an ordering: a number leaf, or an element
 // holding a number. Elements are tried only here, where numbers are usual;
-// elsewhere (`==`, conditions) the element is read once, by its node.
+// elsewhere (`==`) the element is read once, by its node.
 inline bool numberOperand(Node *n, double &out) {
   return numberLeaf(n, out) || (n->opcode == OP_INDEX && elementNumber(n, out));
 }
+// The element `a[i]` or `h[k]` (as elementNumber finds it) when it holds a
+// number, with that number; null otherwise. The pointer is good until
+// something runs that could change the container.
+HeldValue *numberElement(Node *n, double &out);
+// The truth of `a[i]` or `h[k]` read in place, as elementNumber reads
+// them, when the element is a number, a boolean or null (a missing key is
+// null): 1 or 0. -1 when the general path must read it.
+int elementTruth(Node *n);
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *declareForAssignment(Node *nameNode);

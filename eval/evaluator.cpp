@@ -249,26 +249,62 @@ inline void enterCall(int line) {
   if (stepBudgetOn) takeStep(line);
 }
 
+void runDiscardedIf(Context &ctx, Value &scratch, Node *n);
+void runDiscardedBlock(Context &ctx, Value &scratch, Node *n);
+bool assignDiscarded(Node *n);
+bool updateDiscarded(Node *n);
+// Node::statementState
+enum : uint8_t { STATEMENT_UNTRIED = 0, STATEMENT_IN_PLACE = 1, STATEMENT_GENERAL = 2 };
+
 // A statement whose value nobody reads: a loop's body or step. `i++` on a
 // variable holding a number just adds; everything else is evaluated.
-inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
-  if (n->opcode >= OP_PREINC && n->opcode <= OP_POSTDEC && n->left->opcode == OP_NAME) {
-    Symbol *s = variableAt(n->left);
-    if (s && s->value.isNumber()) {
-      s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+[[gnu::always_inline]] inline void evaluateDiscarded(Context &ctx, Value &scratch, Node *n) {
+  switch (n->opcode) {
+    case OP_PREINC:
+    case OP_POSTINC:
+    case OP_PREDEC:
+    case OP_POSTDEC:
+      if (n->left->opcode == OP_NAME) {
+        Symbol *s = variableAt(n->left);
+        if (s && s->value.isNumber()) {
+          s->value.number += n->opcode == OP_PREINC || n->opcode == OP_POSTINC ? 1 : -1;
+          return;
+        }
+      }
+      break;
+    case OP_ADD_ASSIGN:
+    case OP_SUB_ASSIGN:
+      if (n->left->opcode == OP_NAME &&
+          (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
+        // `i += step` with a number leaf: the variable is read before the
+        // step, as the handler reads them.
+        Symbol *s = variableAt(n->left);
+        double y;
+        if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
+          s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+          return;
+        }
+        break;
+      }
+      [[fallthrough]];
+    case OP_MUL_ASSIGN:
+    case OP_DIV_ASSIGN:
+    case OP_MOD_ASSIGN:
+    case OP_IDIV_ASSIGN:
+    case OP_POW_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && updateDiscarded(n)) return;
+      break;
+    case OP_IF:
+      runDiscardedIf(ctx, scratch, n);
       return;
-    }
-  } else if ((n->opcode == OP_ADD_ASSIGN || n->opcode == OP_SUB_ASSIGN) &&
-             n->left->opcode == OP_NAME &&
-             (n->right->opcode == OP_NUMBER || n->right->opcode == OP_NAME)) {
-    // `i += step` with a number leaf: the variable is read before the step,
-    // as the handler reads them.
-    Symbol *s = variableAt(n->left);
-    double y;
-    if (s && s->value.isNumber() && numberLeaf(n->right, y)) {
-      s->value.number = n->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+    case OP_ASSIGN:
+      if (n->statementState != STATEMENT_GENERAL && assignDiscarded(n)) return;
+      break;
+    case OP_BLOCK:
+      runDiscardedBlock(ctx, scratch, n);
       return;
-    }
+    default:
+      break;
   }
   evaluateNode(ctx, scratch, n);
 }
@@ -494,9 +530,55 @@ inline bool appendableString(const Symbol *sym, const Value &current) {
   return o && o == sym->value.object && o->type == ObjType::String && o->locks == 2 && o->refs == 0;
 }
 
+// `s += a + b + ...` (up to kMaxPieces operands) on a variable that alone
+// holds its string, where `a` is a string and each other operand is a string
+// literal, a number literal or another variable holding a string or a
+// number: the additions would concatenate the operands' texts, so each is
+// appended in turn, with no string made in between. None of the operands has
+// a side effect or can fail, so false (nothing done) leaves it all to the
+// general path.
+constexpr int kMaxPieces = 8;
+bool appendPieces(Node *node, Value &result) {
+  Symbol *sym = variableAt(node->left);
+  MRef *o = sym ? sym->value.object : nullptr;
+  if (!o || o->type != ObjType::String || o->locks != 1 || o->refs != 0) return false;
+  Node *pieces[kMaxPieces];
+  int n = 0;
+  Node *r = node->right;
+  for (; r->opcode == OP_ADD; r = r->left) {
+    if (n == kMaxPieces - 1) return false;
+    pieces[n++] = r->right;
+  }
+  pieces[n++] = r;
+  const Value *values[kMaxPieces];
+  for (int k = 0; k < n; k++) {
+    Node *p = pieces[k];
+    values[k] = nullptr;
+    if (p->opcode == OP_STRING || (p->opcode == OP_NUMBER && p != r)) continue;
+    if (p->opcode != OP_NAME) return false;
+    Symbol *v = variableAt(p);
+    if (!v || v == sym || !(v->value.is(ObjType::String) || (v->value.isNumber() && p != r)))
+      return false;
+    values[k] = &v->value;
+  }
+  std::string &text = static_cast<MString *>(o)->text;
+  for (int k = n - 1; k >= 0; k--) {
+    Node *p = pieces[k];
+    if (p->opcode == OP_STRING)
+      text += p->payload.str->bytes;
+    else if (p->opcode == OP_NUMBER)
+      appendText(text, Value::num(p->number));
+    else
+      appendText(text, *values[k]);
+  }
+  result = sym->value;
+  return true;
+}
+
 void compoundAssign(Context &ctx, Value &result, Node *node, int op) {
   // The previous statement's value may still hold the string `s += t` grows.
   result.setNull();
+  if (op == OP_ADD && node->left->opcode == OP_NAME && appendPieces(node, result)) return;
   if (node->left->opcode == OP_INDEX && op <= OP_POW && updateElementFast(ctx, node, op, result))
     return;
   Place place;
@@ -605,6 +687,9 @@ inline bool numericByCode(Node *node, double &out) {
     double x, y;
     if (numberLeaf(n->left, x) && numberLeaf(n->right, y)) return numericCompare(n->opcode, x, y);
     if (numericByCode(n, x)) return x != 0;
+  } else if (n->opcode == OP_INDEX) {
+    int t = elementTruth(n);
+    if (t >= 0) return t;
   }
   evaluateNode(ctx, scratch, n);
   return truth(scratch);
@@ -856,19 +941,27 @@ void execPredec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, n
 
 void execPostdec(Context &ctx, Value &result, Node *node) { incDec(ctx, result, node, -1, false); }
 
+// A block's value is its last statement's: the statements before it run as
+// statements whose value is not read.
+inline void runBlockStatements(Context &ctx, Value &result, Node *first) {
+  result.setNull();
+  for (Node *s = first; s; s = s->next) {
+    if (s->next)
+      evaluateDiscarded(ctx, result, s);
+    else
+      evaluateNode(ctx, result, s);
+    if (ctx.jump != JUMP_NONE) return;
+  }
+}
+
 void execBlock(Context &ctx, Value &result, Node *node) {
   if (node->scopeless) {
-    result.setNull();
-    for (Node *s = node->left; s; s = s->next) {
-      evaluateNode(ctx, result, s);
-      if (ctx.jump != JUMP_NONE) return;
-    }
+    runBlockStatements(ctx, result, node->left);
     return;
   }
   ScopeGuard scope;
   pushBlockScope(node);
-  result.setNull();
-  evaluateList(ctx, result, node->left);
+  runBlockStatements(ctx, result, node->left);
 }
 
 void execIf(Context &ctx, Value &result, Node *node) {
@@ -884,7 +977,7 @@ void execIf(Context &ctx, Value &result, Node *node) {
 
 // A loop's body; the statements of a block that opens no scope run here
 // directly, each as a statement whose value is not read.
-inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
+[[gnu::always_inline]] inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
   if (body->opcode == OP_BLOCK && body->scopeless) {
     for (Node *s = body->left; s; s = s->next) {
       evaluateDiscarded(ctx, scratch, s);
@@ -893,6 +986,135 @@ inline void runLoopBody(Context &ctx, Value &scratch, Node *body) {
     return;
   }
   evaluateDiscarded(ctx, scratch, body);
+}
+
+// An `if` whose value is not read: its branch runs as a loop body does.
+[[gnu::noinline]] void runDiscardedIf(Context &ctx, Value &scratch, Node *n) {
+  // Nested ifs recurse here, not through evaluateNode: check the stack as it does.
+  if (stackNearlyFull()) [[unlikely]] {
+    evaluateNode(ctx, scratch, n);
+    return;
+  }
+  Control *c = n->payload.ctl;
+  Node *branch = testCondition(ctx, c->a, scratch) ? c->b : c->c;
+  if (branch) runLoopBody(ctx, scratch, branch);
+}
+
+// A number computed with no side effect: a number leaf, an element holding
+// a number, one arithmetic operator on such operands, or straight-line code.
+// False when the general path must run it (nothing has been done then).
+inline bool sideEffectFreeNumber(Node *r, double &out) {
+  if (numberOperand(r, out)) return true;
+  if (r->opcode < OP_ADD || r->opcode > OP_POW) return false;
+  if (numericByCode(r, out)) return true;
+  double x, y;
+  if (!numberOperand(r->left, x) || !numberOperand(r->right, y)) return false;
+  out = numericOp(r->line, r->opcode, x, y);
+  return true;
+}
+
+// A name or `name[leaf]`: an operand sideEffectFreeNumber reads in place.
+bool plainOperandShape(Node *x) {
+  if (x->opcode == OP_NUMBER || x->opcode == OP_NAME) return true;
+  if (x->opcode != OP_INDEX || x->left->opcode != OP_NAME) return false;
+  int i = x->right->opcode;
+  return i == OP_NUMBER || i == OP_NAME || i == OP_STRING;
+}
+
+// Whether sideEffectFreeNumber can ever take the node, by its shape alone.
+bool plainNumberShape(Node *r) {
+  if (plainOperandShape(r)) return true;
+  if (r->opcode < OP_ADD || r->opcode > OP_POW) return false;
+  if (plainOperandShape(r->left) && plainOperandShape(r->right)) return true;
+  if (r->numericState == NUMERIC_UNTRIED) compileNumericAt(r);
+  return r->numericState == NUMERIC_COMPILED;
+}
+
+// A statement node whose values keep sending it to the general path (an
+// element holding arrays, say) stops trying after this many misses.
+constexpr uint8_t kStatementMisses = 16;
+
+// Counts a miss for a statement node that the in-place path could not take.
+[[gnu::cold]] bool statementMiss(Node *n) {
+  if (++n->statementMisses >= kStatementMisses) n->statementState = STATEMENT_GENERAL;
+  return false;
+}
+
+// Decides an assignment node's statementState from its shape.
+[[gnu::cold]] bool decideStatement(Node *n) {
+  Node *r = n->right;
+  bool plain = plainOperandShape(n->left) && n->left->opcode != OP_NUMBER &&
+               ((n->opcode == OP_ASSIGN &&
+                 (r->opcode == OP_TRUE || r->opcode == OP_FALSE || r->opcode == OP_NULL)) ||
+                plainNumberShape(r));
+  n->statementState = plain ? STATEMENT_IN_PLACE : STATEMENT_GENERAL;
+  return plain;
+}
+
+// `x = v` or `a[i] = v` as a statement, with v a boolean, null or a number
+// as sideEffectFreeNumber makes it: stored with no value made for the
+// assignment. After a false answer (nothing stored) the general path runs
+// it all again, which is safe since nothing in v has a side effect.
+[[gnu::noinline]] bool assignDiscarded(Node *n) {
+  if (n->statementState == STATEMENT_UNTRIED && !decideStatement(n)) return false;
+  Node *r = n->right;
+  double d;
+  if (r->opcode > OP_FALSE) [[likely]] {
+    if (!sideEffectFreeNumber(r, d)) return statementMiss(n);
+    // The value first; only then is the target looked up (or declared).
+    if (n->left->opcode == OP_NAME) {
+      variableForAssignment(n->left)->value.setNumber(d);
+      return true;
+    }
+    Value v = Value::num(d);
+    return storeElementInPlace(n->left, v) || writeElementFast(n->left, v) || statementMiss(n);
+  }
+  Value v;  // null
+  if (r->opcode != OP_NULL) v.setBool(r->opcode == OP_TRUE);
+  if (n->left->opcode == OP_NAME) {
+    variableForAssignment(n->left)->value = v;
+    return true;
+  }
+  return storeElementInPlace(n->left, v) || writeElementFast(n->left, v);
+}
+
+// A block whose value is not read; one without a scope runs as a loop body.
+[[gnu::noinline]] void runDiscardedBlock(Context &ctx, Value &scratch, Node *n) {
+  if (stackNearlyFull()) [[unlikely]] {
+    evaluateNode(ctx, scratch, n);
+    return;
+  }
+  if (n->scopeless) {
+    runLoopBody(ctx, scratch, n);
+    return;
+  }
+  ScopeGuard scope;
+  pushBlockScope(n);
+  for (Node *s = n->left; s; s = s->next) {
+    evaluateDiscarded(ctx, scratch, s);
+    if (ctx.jump != JUMP_NONE) return;
+  }
+}
+
+// `x op= v` or `a[i] op= v` (an arithmetic op) as a statement, on a variable
+// or element holding a number, with v as sideEffectFreeNumber makes it: the
+// number is updated where it lives. The target is read before v, as the
+// handlers read it; false (nothing done) leaves it all to them.
+[[gnu::noinline]] bool updateDiscarded(Node *n) {
+  if (n->statementState == STATEMENT_UNTRIED && !decideStatement(n)) return false;
+  int op = n->opcode - OP_ADD_ASSIGN + OP_ADD;
+  Node *t = n->left;
+  double x, y;
+  if (t->opcode == OP_NAME) {
+    Symbol *s = variableAt(t);
+    if (!s || !s->value.isNumber() || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
+    s->value.number = numericOp(n->line, op, s->value.number, y);
+    return true;
+  }
+  HeldValue *e = numberElement(t, x);
+  if (!e || !sideEffectFreeNumber(n->right, y)) return statementMiss(n);
+  e->setNumber(numericOp(n->line, op, x, y));
+  return true;
 }
 
 void execWhile(Context &ctx, Value &result, Node *node) {

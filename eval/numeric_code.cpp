@@ -144,16 +144,36 @@ NumericCode *compileNumeric(Node *root) {
 
 namespace {
 
+// A name leaf's number in frame `f`.
+inline bool nameNumber(Frame *f, Node *n, double &out) {
+  Symbol *s = variableIn(f, n);
+  if (!s || !s->value.isNumber()) return false;
+  out = s->value.number;
+  return true;
+}
+
+// An element leaf's number, as elementNumber reads it; one copy out of
+// line, since every step that reads a leaf would inline it.
+[[gnu::noinline]] bool elementLeafNumber(Frame *f, Node *n, double &out) {
+  if (n->left->opcode == OP_NAME) {
+    Symbol *s = variableIn(f, n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    Node *i = n->right;
+    if (a &&
+        (i->opcode == OP_NUMBER ? (d = i->number, true)
+                                : i->opcode == OP_NAME && nameNumber(f, i, d)) &&
+        d >= 0 && d < static_cast<double>(a->size()))
+      return a->items[static_cast<size_t>(d)].numberInto(out);
+  }
+  return elementNumberSlow(n, out);
+}
+
 // A leaf's number, with the running frame looked up once per run: nothing
 // a step does can change it.
 inline bool leafNumber(Frame *f, Node *n, double &out) {
-  if (n->opcode == OP_NAME) {
-    Symbol *s = variableIn(f, n);
-    if (!s || !s->value.isNumber()) return false;
-    out = s->value.number;
-    return true;
-  }
-  return elementNumber(n, out);
+  if (n->opcode == OP_NAME) return nameNumber(f, n, out);
+  return elementLeafNumber(f, n, out);
 }
 
 }  // namespace

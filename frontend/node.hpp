@@ -178,6 +178,11 @@ struct token_tag__ {
   // Arithmetic nodes: whether the tree under the node has straight-line code
   // (eval/numeric_code.hpp), made the first time the node runs.
   uint8_t numericState = 0;
+  // Assignment nodes: whether, as a statement whose value is not read, the
+  // node's shape lets it store in place (eval/evaluator.cpp); decided the
+  // first time it runs so; given up after `statementMisses` reaches a limit.
+  uint8_t statementState = 0;
+  uint8_t statementMisses = 0;
   NumericCode *numeric = nullptr;
 };
 

@@ -43,11 +43,14 @@ def generate(seed):
         v = r.choice(VARS)
         if k < 0.3: return '%s = %s;' % (v, expr(3))
         if k < 0.4: return '%s %s= %s;' % (v, r.choice(['+', '-', '*']), expr(2))
-        if k < 0.45: return 'arr[%s] = %s;' % (r.choice(['0', '1', 'i', 'j']), expr(2))
+        if k < 0.42: return 'arr[%s] = %s;' % (r.choice(['0', '1', 'i', 'j']), expr(2))
+        if k < 0.45: return '%s %s= %s;' % (r.choice(['arr[0]', 'arr[j]', 'arr[7]', 'h["p"]', 'h["zz"]']),
+                                            r.choice(OPS), expr(2))
         if k < 0.5: return '%s++;' % v
         if k < 0.55 and d > 0: return '{ %s %s }' % (stmt(d - 1), stmt(d - 1))
         if k < 0.65 and d > 0: return 'if (%s) %s else %s' % (cond(1), stmt(d - 1), stmt(d - 1))
-        if k < 0.75 and d > 0: return 'for (j = 0; j < 3; j++) { %s }' % stmt(d - 1)
+        if k < 0.7 and d > 0: return 'for (j = 0; j < 3; j++) { %s }' % stmt(d - 1)
+        if k < 0.75 and d > 0: return 'for (j = 0; j < 3; j++) { var t = %s; %s }' % (expr(2), stmt(d - 1))
         if k < 0.8 and d > 0: return 'while (%s && n++ < 4) %s' % (cond(0), stmt(d - 1))
         if k < 0.85: return 'print(%s);' % expr(3)
         if k < 0.9: return 'var %s = %s;' % (v, expr(2))
