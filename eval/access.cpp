@@ -132,7 +132,7 @@ HeldValue *numberElement(Node *n, double &out) {
     if (i < 0 || static_cast<size_t>(i) >= a->size()) return nullptr;
     e = &a->items[static_cast<size_t>(i)];
   } else if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
+    std::optional<std::string_view> key = leafKey(n->right);
     if (!key) return nullptr;
     e = h->findValue(*key);
   }
@@ -149,7 +149,7 @@ int elementTruth(Node *n) {
     e = a->at(truncIndex(d));
     if (!e) return -1;  // the general path reports the range error
   } else if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
+    std::optional<std::string_view> key = leafKey(n->right);
     if (!key) return -1;
     e = h->find(*key);
     if (!e) return 0;  // a missing key reads as null

@@ -333,9 +333,10 @@ bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int dep
       out.slot.d = v.number;
       return true;
     case MONO_TYPE_STRING:
-      out.param = v.isNull()
-                      ? nullptr
-                      : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text.str())));
+      out.param =
+          v.isNull()
+              ? nullptr
+              : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text.str())));
       return true;
     case MONO_TYPE_SZARRAY:
       if (MArray *a = asArray(v)) {
