@@ -50,6 +50,7 @@ void MText::appendGrowing(const char *p, size_t n) {
 
 void MText::append(size_t n, char c) {
   size_t used = size();
+  if (n > SIZE_MAX / 2 - used) throw std::bad_alloc();
   resize(used + n, c);
 }
 

@@ -60,7 +60,8 @@ class MText {
   // The text may lie inside this one's own bytes.
   void assign(std::string_view s) {
     if (s.size() > capacity()) reserve(s.size());
-    std::memmove(data(), s.data(), s.size());
+    // An empty view may have no address, which memmove must not be given.
+    if (!s.empty()) std::memmove(data(), s.data(), s.size());
     setSize(s.size());
   }
   void assign(const char *p, size_t n) { assign(std::string_view(p, n)); }
@@ -68,6 +69,7 @@ class MText {
   // doubles, so repeated appends take amortized constant time. The text may
   // lie inside this one's own bytes.
   void append(const char *p, size_t n) {
+    if (n == 0) return;  // p may be null then
     size_t used = size();
     if (n > capacity() - used) {
       appendGrowing(p, n);

@@ -2,6 +2,8 @@
 // NUL-terminated, any bytes inside.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <new>
 #include <set>
 #include <string>
 
@@ -90,10 +92,17 @@ TEST(MText, ResizeClearAndCompare) {
   expectText(t, std::string("ab\0\0\0", 5));
   t.clear();
   expectText(t, "");
+  t.append(std::string_view());  // no address at all
+  t.assign(std::string_view());
+  expectText(t, "");
   t.append(size_t{3}, 'q');
   EXPECT_TRUE(t == std::string_view("qqq"));
   EXPECT_LT(t.compare("qqr"), 0);
   EXPECT_GT(t.compare(std::string_view("qq\0", 3)), 0);
+  // Sizes no machine could hold fail cleanly and leave the text as it was.
+  EXPECT_THROW(t.append(SIZE_MAX, 'x'), std::bad_alloc);
+  EXPECT_THROW(t.resize(SIZE_MAX), std::bad_alloc);
+  expectText(t, "qqq");
 }
 
 TEST(MText, ShortStringLivesInsideItsObject) {
