@@ -84,6 +84,21 @@ bool readElementFast(Node *node, Value &result) {
 
 }  // namespace
 
+Symbol *variableBeyondFirst(Frame *f, Node *nameNode) {
+  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
+    for (int k = 0; k < nameNode->candidates; k++) {
+      Symbol *s = &f->slots[nameNode->candidate[k]];
+      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
+    }
+    Name *name = nameNode->payload.name;
+    if (name->var) name = name->var;
+    if (f->statics && *f->statics)
+      if (Symbol *s = (*f->statics)->findHere(name)) return s;
+    return name->global;
+  }
+  return lookupVariable(nameNode->payload.name);
+}
+
 void undeclaredName(Node *nameNode) { notDeclared(nameNode->line, nameNode->payload.name); }
 
 bool writeElementFast(Node *node, const Value &value) {
@@ -139,23 +154,40 @@ HeldValue *numberElement(Node *n, double &out) {
   return e && e->numberInto(out) ? e : nullptr;
 }
 
-int elementTruth(Node *n) {
+namespace {
+
+// The null a missing hash key reads as.
+const HeldValue kMissing;
+
+// `a[i]` or `h[k]` read in place as readElementFast reads it: the element,
+// kMissing for a key the hash lacks, null when the general path must read it.
+const HeldValue *elementInPlace(Node *n) {
   const Value *container = containerInPlace(n);
-  if (!container) return -1;
-  const HeldValue *e = nullptr;
+  if (!container) return nullptr;
   if (MArray *a = asArray(*container)) {
     double d;
-    if (!numberLeaf(n->right, d)) return -1;
-    e = a->at(truncIndex(d));
-    if (!e) return -1;  // the general path reports the range error
-  } else if (MHash *h = asHash(*container)) {
-    std::optional<std::string_view> key = leafKey(n->right);
-    if (!key) return -1;
-    e = h->find(*key);
-    if (!e) return 0;  // a missing key reads as null
-  } else {
-    return -1;
+    if (!numberLeaf(n->right, d)) return nullptr;
+    return a->at(truncIndex(d));  // out of range: the general path reports it
   }
+  if (MHash *h = asHash(*container)) {
+    std::optional<std::string_view> key = leafKey(n->right);
+    if (!key) return nullptr;
+    const HeldValue *e = h->find(*key);
+    return e ? e : &kMissing;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int elementIsNull(Node *n) {
+  const HeldValue *e = elementInPlace(n);
+  return e ? e->isNull() : -1;
+}
+
+int elementTruthSlow(Node *n) {
+  const HeldValue *e = elementInPlace(n);
+  if (!e) return -1;
   double d;
   if (e->numberInto(d)) return !std::isnan(d) && d != 0;
   if (e->isBool()) return e->number() != 0;

@@ -1,5 +1,6 @@
 // Reading and assigning places: names, array elements, hash keys and members.
 #pragma once
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -47,19 +48,16 @@ void writePlace(Place &place, const Value &value);
 // runs. A resolved
 // name is held by one of its candidate slots or is a global, unless text
 // run by eval has declared names the resolver never saw in this frame.
+Symbol *variableBeyondFirst(Frame *f, Node *nameNode);
 inline Symbol *variableIn(Frame *f, Node *nameNode) {
-  if (nameNode->resolved && f->dynamic == 0) [[likely]] {
-    for (int k = 0; k < nameNode->candidates; k++) {
-      Symbol *s = &f->slots[nameNode->candidate[k]];
-      if (s->live) return s->refersToGlobal ? externTarget(nameNode->payload.name) : s;
-    }
-    Name *name = nameNode->payload.name;
-    if (name->var) name = name->var;
-    if (f->statics && *f->statics)
-      if (Symbol *s = (*f->statics)->findHere(name)) return s;
-    return name->global;
+  // Most names are held by their innermost candidate slot: that one is
+  // tried here, the rest of the search is out of line.
+  if (nameNode->resolved && nameNode->candidates && f->dynamic == 0) [[likely]] {
+    Symbol *s = &f->slots[nameNode->candidate[0]];
+    if (s->live && !s->refersToGlobal) [[likely]]
+      return s;
   }
-  return lookupVariable(nameNode->payload.name);
+  return variableBeyondFirst(f, nameNode);
 }
 inline Symbol *variableAt(Node *nameNode) { return variableIn(runningFrame(), nameNode); }
 // A number literal or a name holding a number (not a boolean): its value
@@ -108,7 +106,27 @@ HeldValue *numberElement(Node *n, double &out);
 // The truth of `a[i]` or `h[k]` read in place, as elementNumber reads
 // them, when the element is a number, a boolean or null (a missing key is
 // null): 1 or 0. -1 when the general path must read it.
-int elementTruth(Node *n);
+int elementTruthSlow(Node *n);
+inline int elementTruth(Node *n) {
+  // A named array and a number index within its length, read here as
+  // elementNumber reads it; everything else out of line.
+  if (n->left->opcode == OP_NAME && n->right->opcode <= OP_NAME) {
+    Symbol *s = variableAt(n->left);
+    MArray *a = s ? asArray(s->value) : nullptr;
+    double d;
+    if (a && numberLeaf(n->right, d) && d >= 0 && d < static_cast<double>(a->size())) {
+      const HeldValue &e = a->items[static_cast<size_t>(d)];
+      if (e.numberInto(d)) return !std::isnan(d) && d != 0;
+      if (e.isBool()) return e.number() != 0;
+      if (e.isNull()) return 0;
+      return -1;
+    }
+  }
+  return elementTruthSlow(n);
+}
+// Whether `a[i]` or `h[k]`, read as elementTruth reads it, is null: 1 or 0;
+// -1 when the general path must read it.
+int elementIsNull(Node *n);
 // The variable an assignment to a name node stores into: found by the scope
 // walk, or declared in the innermost scope (an error in strict mode).
 Symbol *declareForAssignment(Node *nameNode);

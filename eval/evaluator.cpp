@@ -250,6 +250,7 @@ inline void enterCall(int line) {
 }
 
 void runDiscardedIf(Context &ctx, Value &scratch, Node *n);
+[[gnu::always_inline]] inline void runLoopBody(Context &ctx, Value &scratch, Node *body);
 void runDiscardedBlock(Context &ctx, Value &scratch, Node *n);
 bool assignDiscarded(Node *n);
 bool updateDiscarded(Node *n);
@@ -451,7 +452,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
   if (MArray *a = asArray(coll)) {
     for (size_t i = 0; i < a->size(); i++) {
       s_set(ctx, target, a->items[i].get());
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else if (MHash *h = asHash(coll)) {
@@ -460,7 +461,7 @@ void evalForeach(Context &ctx, Value &result, Node *node) {
     for (auto &e : h->entries) keys.push_back(e.first);
     for (auto &k : keys) {
       s_set(ctx, target, makeString(k));
-      evaluateNode(ctx, body, c->c);
+      runLoopBody(ctx, body, c->c);
       if (loopShouldExit(ctx, continuing)) break;
     }
   } else {
@@ -802,7 +803,7 @@ inline bool storeElementInPlace(Node *target, const Value &v) {
   MArray *a = s ? asArray(s->value) : nullptr;
   // Below 0 the index truncates toward zero: the general path decides.
   if (!a || !(d >= 0 && d < static_cast<double>(a->size()))) return false;
-  a->set(static_cast<long long>(d), v);
+  a->items[static_cast<size_t>(d)] = v;
   return true;
 }
 
@@ -830,6 +831,28 @@ void execAssign(Context &ctx, Value &result, Node *node) {
 
 void execIndex(Context &ctx, Value &result, Node *node) { s_get(ctx, result, node); }
 
+// `"text" + v` or `v + "text"` with v anything but an array: the sum is
+// the two texts joined, made as one string with no string object for the
+// literal. The literal has no side effect, so v may run first either way.
+[[gnu::noinline]] void joinLiteral(Context &ctx, Value &result, Node *node) {
+  bool literalFirst = node->left->opcode == OP_STRING;
+  const std::string &literal = (literalFirst ? node->left : node->right)->payload.str->bytes;
+  Value v;
+  evaluateNode(ctx, v, literalFirst ? node->right : node->left);
+  if (asArray(v)) {
+    // Element by element: the general operator.
+    Value text = makeString(literal);
+    result = literalFirst ? arith(node->line, OP_ADD, text, v) : arith(node->line, OP_ADD, v, text);
+    return;
+  }
+  MString *joined = new MString();
+  Value made(joined);
+  if (literalFirst) joined->text = literal;
+  appendText(joined->text, v);
+  if (!literalFirst) joined->text += literal;
+  result = std::move(made);
+}
+
 // One instance per operator, so that the operator's arithmetic is inlined.
 template <int Op>
 void execArith(Context &ctx, Value &result, Node *node) {
@@ -837,6 +860,12 @@ void execArith(Context &ctx, Value &result, Node *node) {
     double out;
     if (numericByCode(node, out)) {
       result.setNumber(out);
+      return;
+    }
+  }
+  if constexpr (Op == OP_ADD) {
+    if (node->left->opcode == OP_STRING || node->right->opcode == OP_STRING) {
+      joinLiteral(ctx, result, node);
       return;
     }
   }
@@ -876,8 +905,12 @@ inline bool compareOperand(Node *n, double &out) {
 // `x == null` and `x != null`: whether x is null, with a variable looked at
 // in place.
 bool isNullOperand(Context &ctx, Node *n) {
-  if (n->opcode == OP_NAME)
+  if (n->opcode == OP_NAME) {
     if (Symbol *s = variableAt(n)) return s->value.isNull();
+  } else if (n->opcode == OP_INDEX) {
+    int null = elementIsNull(n);
+    if (null >= 0) return null;
+  }
   Value v;
   evaluateNode(ctx, v, n);
   return v.isNull();
@@ -1141,15 +1174,71 @@ void execDo(Context &ctx, Value &result, Node *node) {
   result.setNull();
 }
 
+// A counted loop: a step `i++`, `i--`, `i += leaf` or `i -= leaf` and a test
+// `i <op> ...` whose name nodes denote the same variable (same name, same
+// candidate slots), since nothing runs between the step and the test. The
+// step's name node, or null for other loops.
+Node *countedName(const Control *c) {
+  Node *step = c->c, *test = c->b;
+  if (!step || !test || test->opcode < OP_EQ || test->opcode > OP_LE) return nullptr;
+  if (step->opcode == OP_ADD_ASSIGN || step->opcode == OP_SUB_ASSIGN) {
+    if (step->right->opcode != OP_NUMBER && step->right->opcode != OP_NAME) return nullptr;
+  } else if (step->opcode < OP_PREINC || step->opcode > OP_POSTDEC) {
+    return nullptr;
+  }
+  Node *name = step->left, *tested = test->left;
+  if (name->opcode != OP_NAME || tested->opcode != OP_NAME || !name->resolved ||
+      !tested->resolved || name->payload.name != tested->payload.name ||
+      name->candidates != tested->candidates)
+    return nullptr;
+  for (int k = 0; k < name->candidates; k++)
+    if (name->candidate[k] != tested->candidate[k]) return nullptr;
+  return name;
+}
+
+// A counted loop's step and test with the variable looked up once: -1 when
+// nothing was done (the variable or the step is not a number), else the
+// test's truth.
+[[gnu::always_inline]] inline int countedStep(Context &ctx, Control *c, Node *name,
+                                              Value &scratch) {
+  Symbol *s = variableAt(name);
+  if (!s || !s->value.isNumber()) return -1;
+  Node *step = c->c;
+  double y;
+  switch (step->opcode) {
+    case OP_PREINC:
+    case OP_POSTINC:
+      s->value.number += 1;
+      break;
+    case OP_PREDEC:
+    case OP_POSTDEC:
+      s->value.number -= 1;
+      break;
+    default:
+      if (!numberLeaf(step->right, y)) return -1;
+      s->value.number = step->opcode == OP_ADD_ASSIGN ? s->value.number + y : s->value.number - y;
+  }
+  if (numberLeaf(c->b->right, y)) return numericCompare(c->b->opcode, s->value.number, y);
+  return testCondition(ctx, c->b, scratch);
+}
+
 void execFor(Context &ctx, Value &result, Node *node) {
   Control *c = node->payload.ctl;
   Value tmp, cond, body;
   bool continuing;
   if (c->a) evaluateNode(ctx, tmp, c->a);
+  Node *counted = countedName(c);
+  bool tested = false;
   for (;;) {
-    if (c->b && !testCondition(ctx, c->b, cond)) break;
+    if (!tested && c->b && !testCondition(ctx, c->b, cond)) break;
     if (c->d) runLoopBody(ctx, body, c->d);
     if (loopShouldExit(ctx, continuing)) break;
+    if (counted) {
+      int test = countedStep(ctx, c, counted, cond);
+      if (test == 0) break;
+      tested = test > 0;
+      if (tested) continue;
+    }
     if (c->c) evaluateDiscarded(ctx, tmp, c->c);
   }
   result.setNull();

@@ -23,6 +23,8 @@ enum StepCode : uint8_t {
   COMPARE_STACK,
   COMPARE_CONST,
   COMPARE_LEAF,
+  // Ends every piece of code, so the runner needs no count of steps.
+  END,
 };
 
 // Trees deeper than this are left to the evaluator (their subtrees still get
@@ -139,6 +141,7 @@ NumericCode *compileNumeric(Node *root) {
     return nullptr;
   }
   code->steps = std::move(c.steps);
+  code->steps.push_back(NumericStep{END, root->line, {0.0}});
   return code;
 }
 
@@ -183,7 +186,8 @@ bool runNumeric(const NumericCode &code, double &out) {
   double stack[kMaxDepth + 2];
   double *top = stack;  // the next free entry
   double y;
-  for (const NumericStep &s : code.steps) {
+  for (const NumericStep *step = code.steps.data();; step++) {
+    const NumericStep &s = *step;
     switch (s.code) {
       case PUSH_CONST:
         *top++ = s.constant;
@@ -226,12 +230,13 @@ bool runNumeric(const NumericCode &code, double &out) {
         if (!leafNumber(f, s.leaf, y)) return false;
         top[-1] = numericCompare(code.comparison, top[-1], y);
         break;
+      case END:
+        out = stack[0];
+        return true;
       default:
         __builtin_unreachable();
     }
   }
-  out = stack[0];
-  return true;
 }
 
 }  // namespace marl

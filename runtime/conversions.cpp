@@ -26,15 +26,28 @@ size_t defaultNumber(char *buf, double d) {
     int64_t n = static_cast<int64_t>(d);
     bool neg = n < 0 || std::signbit(d);
     uint64_t u = n < 0 ? static_cast<uint64_t>(-n) : static_cast<uint64_t>(n);
+    // Two digits a step, from the right, into the end of tmp.
+    static const char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
     char tmp[24];
-    size_t k = 0;
-    do {
-      tmp[k++] = static_cast<char>('0' + u % 10);
-      u /= 10;
-    } while (u);
-    size_t len = 0;
-    if (neg) buf[len++] = '-';
-    while (k) buf[len++] = tmp[--k];
+    char *p = tmp + sizeof tmp;
+    while (u >= 100) {
+      const char *pair = kPairs + 2 * (u % 100);
+      u /= 100;
+      *--p = pair[1];
+      *--p = pair[0];
+    }
+    if (u >= 10) {
+      *--p = kPairs[2 * u + 1];
+      *--p = kPairs[2 * u];
+    } else {
+      *--p = static_cast<char>('0' + u);
+    }
+    if (neg) *--p = '-';
+    size_t len = static_cast<size_t>(tmp + sizeof tmp - p);
+    std::memcpy(buf, p, len);
     return len;
   }
   int r = std::snprintf(buf, 32, kDefaultFormat, d);

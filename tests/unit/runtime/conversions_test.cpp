@@ -53,6 +53,14 @@ TEST(NumberText, DefaultFormat) {
       {nanValue(), "NaN"},
       {-nanValue(), "NaN"}};
   for (const auto &[d, text] : cases) EXPECT_EQ(textOf(d), text);
+  // The integer path writes digits in pairs: every length, both parities,
+  // both signs, against the C library.
+  for (double p = 1; p <= 1e9; p *= 10)
+    for (double d : {p - 1, p, p + 1, p * 3 + 7, -p, -(p * 7 + 3)}) {
+      char want[32];
+      std::snprintf(want, sizeof want, "%.10g", d);
+      EXPECT_EQ(textOf(d), want) << d;
+    }
 
   uint64_t bits;
   double nan = nanValue();
