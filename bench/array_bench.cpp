@@ -131,7 +131,7 @@ void BM_SplitAndCount(benchmark::State &state) {
     MHash *counts = new MHash();
     Value countsHolder(counts);
     for (const HeldValue &w : asArray(words)->items) {
-      const std::string &key = static_cast<MString *>(w.object())->text;
+      std::string_view key = static_cast<MString *>(w.object())->text;
       const HeldValue *seen = counts->find(key);
       counts->set(key, Value::num(seen ? seen->number() + 1 : 1));
     }

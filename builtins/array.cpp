@@ -176,7 +176,7 @@ void splitRegex(int line, MArray *out, std::string_view s, const RegExp *re) {
 }
 
 void bi_split(Context &, int line, const Args &a, Value &r) {
-  const std::string &s = argString(line, a[0]);
+  std::string_view s = argString(line, a[0]);
   MArray *out = new MArray();
   Value holder(out);
   if (a.size() == 1) {
@@ -243,7 +243,7 @@ void bi_splice(Context &, int line, const Args &a, Value &r) {
   size_t start = startPosition(indexArg(line, a[1]), arr->size());
   size_t n = countFrom(a, 2, line, start, arr->size());
   // Copy the replacement first: it may be the array being changed.
-  std::vector<HeldValue> repl;
+  MArray::Items repl;
   if (a.size() > 3) {
     if (MArray *ra = asArray(a[3]))
       repl = ra->items;

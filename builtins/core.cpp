@@ -57,7 +57,7 @@ void bi_hash(Context &, int line, const Args &a, Value &r) {
   MHash *h = new MHash();
   r = Value(h);
   for (size_t i = 0; i < a.size(); i += 2) {
-    const std::string &key = argString(line, a[i]);
+    std::string_view key = argString(line, a[i]);
     h->set(key, i + 1 < a.size() ? a[i + 1] : Value());
   }
 }

@@ -27,21 +27,21 @@ constexpr Codec kCodecs[] = {
     {"b64", base64Encode, base64Decode},
 };
 
-const Codec *findCodec(const std::string &word) {
+const Codec *findCodec(std::string_view word) {
   for (const Codec &c : kCodecs)
     if (word == c.word) return &c;
   return nullptr;
 }
 
 void bi_encode(Context &, int line, const Args &a, Value &r) {
-  const std::string &text = argString(line, a[0]);
+  std::string_view text = argString(line, a[0]);
   const Codec *c = findCodec(argString(line, a[1]));
   if (!c) raise_error(line, "Unknown encoding type in encode()");
   r = c->encode ? makeString(c->encode(text)) : a[0];
 }
 
 void bi_decode(Context &, int line, const Args &a, Value &r) {
-  const std::string &bytes = argString(line, a[0]);
+  std::string_view bytes = argString(line, a[0]);
   const Codec *c = findCodec(argString(line, a[1]));
   if (!c) raise_error(line, "Unknown encoding type in decode()");
   r = c->decode ? makeString(c->decode(bytes)) : a[0];

@@ -43,8 +43,8 @@ MFile *leadingFile(const Args &a, size_t &first) {
 }
 
 void bi_open(Context &, int line, const Args &a, Value &r) {
-  const std::string &name = argString(line, a[0]);
-  const std::string &mode = argString(line, a[1]);
+  const std::string name(argString(line, a[0]));
+  std::string_view mode = argString(line, a[1]);
   std::string_view word = a.size() > 2 ? std::string_view(argString(line, a[2])) : "sjis";
   MFile *f = makeFileObject(word);
   if (!f) raise_error(line, "Unknown encoding string in open()");

@@ -11,7 +11,7 @@ namespace marl {
 namespace {
 
 void bi_format(Context &, int line, const Args &a, Value &r) {
-  r = makeString(setNumberFormat(argString(line, a[0])));
+  r = makeString(setNumberFormat(std::string(argString(line, a[0]))));
 }
 
 // A leading file argument is the target; otherwise the variable `stdout`.

@@ -14,7 +14,7 @@ namespace {
 
 // The parsed template, reused across calls; a bad one names the built-in.
 // The result is valid until the next template is looked up.
-PackTemplate &parsedOrRaise(int line, const std::string &text, const char *who) {
+PackTemplate &parsedOrRaise(int line, std::string_view text, const char *who) {
   thread_local TemplateCache cache;
   PackTemplate *t = cache.lookup(text);
   if (!t) raise_error(line, "Bad template in %s()", who);
@@ -27,20 +27,23 @@ void bi_pksize(Context &, int line, const Args &a, Value &r) {
 }
 
 void bi_unpack(Context &, int line, const Args &a, Value &r) {
-  const std::string &text = argString(line, a[0]);
-  const std::string &data = argString(line, a[1]);
+  std::string_view text = argString(line, a[0]);
+  std::string_view data = argString(line, a[1]);
   PackTemplate &t = parsedOrRaise(line, text, "unpack");
   if (!unpackFitsMemory(t)) raise_error(line, "Not enough memory in unpack()");
   r = unpackRecord(t, data);
 }
 
 void bi_pack(Context &, int line, const Args &a, Value &r) {
-  const std::string &text = argString(line, a[0]);
+  std::string_view text = argString(line, a[0]);
   MHash *values = asHash(a[1]);
   if (!values) raise_error(line, "Bad argument in pack()");
   PackTemplate &t = parsedOrRaise(line, text, "pack");
   if (!packFitsMemory(t)) raise_error(line, "Not enough memory in pack()");
-  r = makeString(packRecord(t, *values));
+  // The record is written straight into the new string's bytes.
+  Value out(MString::zeroed(t.size));
+  packRecordInto(t, *values, static_cast<MString *>(out.object)->text.data());
+  r = std::move(out);
 }
 
 // The optional type word of bsplit/bjoin: "uchar" when absent, 0 when bad.

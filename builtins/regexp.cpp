@@ -9,7 +9,7 @@ namespace marl {
 
 namespace {
 
-int parseFlags(int line, const std::string &letters) {
+int parseFlags(int line, std::string_view letters) {
   int flags = 0;
   for (char c : letters) {
     if (c == 'i')
@@ -39,7 +39,7 @@ void bi_regexp(Context &, int line, const Args &a, Value &r) {
 }
 
 void bi_match(Context &, int line, const Args &a, Value &r) {
-  const std::string &s = argString(line, a[0]);
+  std::string_view s = argString(line, a[0]);
   RegExpRef re = patternArgument(line, a[1], "match");
   RegexMatch m;
   if (!re->search(line, s, 0, m)) {

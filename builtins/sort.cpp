@@ -106,7 +106,7 @@ class ComparatorSort {
 }  // namespace
 
 void sortDefault(MArray &a) {
-  std::vector<HeldValue> &items = a.items;
+  MArray::Items &items = a.items;
   size_t numeric = 0, strings = 0;
   for (const HeldValue &h : items) {
     if (h.isNumeric())
@@ -157,7 +157,7 @@ void bi_sort(Context &ctx, int line, const Args &a, Value &r) {
   for (const HeldValue &h : arr->items) items.push_back(h.get());
   ComparatorSort sorter(ctx, line, a[1], items);
   std::vector<size_t> order = sorter.run();
-  std::vector<HeldValue> sorted;
+  MArray::Items sorted;
   sorted.reserve(order.size());
   for (size_t i : order) sorted.emplace_back(items[i]);
   arr->items = std::move(sorted);

@@ -82,7 +82,7 @@ class Template {
 };
 
 void substitute(Context &ctx, int line, const Args &a, Value &r, bool global, const char *who) {
-  const std::string &s = argString(line, a[0]);
+  std::string_view s = argString(line, a[0]);
   RegExpRef re = patternArgument(line, a[1], who);
   const Value &repl = a[2];
   bool callback = repl.is(ObjType::FuncRef);

@@ -30,8 +30,8 @@ namespace {
 // The path as a C string, or null when it holds a NUL byte: no system call
 // could name that file.
 const char *pathArg(int line, const Value &v) {
-  const std::string &s = argString(line, v);
-  return s.find('\0') == std::string::npos ? s.c_str() : nullptr;
+  std::string_view s = argString(line, v);
+  return s.find('\0') == std::string::npos ? asString(v)->text.c_str() : nullptr;
 }
 
 bool currentDirectory(std::string &out) {
@@ -245,7 +245,7 @@ void bi_chmod(Context &, int line, const Args &a, Value &r) {
 // The wildcard applies to the last path component; the directory part is
 // taken literally. An empty last component ("sub/") lists everything.
 void listDirectory(int line, const Args &a, Value &r, bool full) {
-  std::string pattern = a.size() ? argString(line, a[0]) : std::string("*");
+  std::string pattern = a.size() ? std::string(argString(line, a[0])) : std::string("*");
   MArray *out = new MArray();
   Value holder(out);
   r = holder;

@@ -90,7 +90,7 @@ class Translation {
 }  // namespace
 
 void bi_tr(Context &, int line, const Args &a, Value &r) {
-  const std::string &s = argString(line, a[0]);
+  std::string_view s = argString(line, a[0]);
   Translation map(expandSet(line, argString(line, a[1])), expandSet(line, argString(line, a[2])));
   std::string out;
   out.reserve(s.size());

@@ -2,6 +2,8 @@
 #include "eval/access.hpp"
 
 #include <cmath>
+#include <optional>
+#include <string_view>
 
 #include "runtime/error.hpp"
 #include "eval/evaluator.hpp"
@@ -45,12 +47,13 @@ int shownIndex(long long i) { return static_cast<int>(static_cast<uint32_t>(i));
 }
 
 // A string literal, or a name holding a string: the key text in place.
-const std::string *leafKey(Node *n) {
-  if (n->opcode == OP_STRING) return &n->payload.str->bytes;
-  if (n->opcode != OP_NAME) return nullptr;
+std::optional<std::string_view> leafKey(Node *n) {
+  if (n->opcode == OP_STRING) return n->payload.str->bytes;
+  if (n->opcode != OP_NAME) return std::nullopt;
   Symbol *s = variableAt(n);
   MString *k = s ? asString(s->value) : nullptr;
-  return k ? &k->text : nullptr;
+  if (!k) return std::nullopt;
+  return k->text.view();
 }
 
 // a[i] and h[k] on a named container with a leaf index, without a place or a
@@ -67,7 +70,7 @@ bool readElementFast(Node *node, Value &result) {
     return true;
   }
   if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(node->right);
+    std::optional<std::string_view> key = leafKey(node->right);
     if (!key) return false;
     const HeldValue *e = h->find(*key);
     if (e)
@@ -109,7 +112,7 @@ bool writeElementFast(Node *node, const Value &value) {
     return true;
   }
   if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(node->right);
+    std::optional<std::string_view> key = leafKey(node->right);
     if (!key) return false;
     h->set(*key, value);
     return true;
@@ -126,7 +129,7 @@ bool elementNumberSlow(Node *n, double &out) {
     if (!numberLeaf(n->right, d)) return false;
     e = a->at(truncIndex(d));
   } else if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
+    std::optional<std::string_view> key = leafKey(n->right);
     if (!key) return false;
     e = h->find(*key);
   }
@@ -144,7 +147,7 @@ HeldValue *numberElementSlow(Node *n, double &out) {
     if (i < 0 || static_cast<size_t>(i) >= a->size()) return nullptr;
     e = &a->items[static_cast<size_t>(i)];
   } else if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
+    std::optional<std::string_view> key = leafKey(n->right);
     if (!key) return nullptr;
     e = h->findValue(*key);
   }
@@ -167,7 +170,7 @@ const HeldValue *elementInPlace(Node *n) {
     return a->at(truncIndex(d));  // out of range: the general path reports it
   }
   if (MHash *h = asHash(*container)) {
-    const std::string *key = leafKey(n->right);
+    std::optional<std::string_view> key = leafKey(n->right);
     if (!key) return nullptr;
     const HeldValue *e = h->find(*key);
     return e ? e : &kMissing;
@@ -208,7 +211,7 @@ void combineWithRight(Context &ctx, Node *node, int op, const Value &current, Va
 // h[k] op= v with a leaf key whose entry holds a number.
 bool updateKeyFast(Context &ctx, Node *node, int op, MHash *h, const Value &container,
                    Value &result) {
-  const std::string *leaf = leafKey(node->left->right);
+  std::optional<std::string_view> leaf = leafKey(node->left->right);
   if (!leaf) return false;
   HeldValue *entry = h->findValue(*leaf);
   if (!entry || !entry->isNumeric()) return false;

@@ -630,7 +630,7 @@ bool appendPieces(Node *node, Value &result) {
       return false;
     values[k] = &v->value;
   }
-  std::string &text = static_cast<MString *>(o)->text;
+  MText &text = static_cast<MString *>(o)->text;
   for (int k = n - 1; k >= 0; k--) {
     Node *p = pieces[k];
     if (p->opcode == OP_STRING)

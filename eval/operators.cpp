@@ -113,8 +113,8 @@ int compareText(const Value &a, const Value &b) {
   const MString *sa = asString(a);
   const MString *sb = asString(b);
   std::string ta, tb;
-  const std::string &x = sa ? sa->text : (ta = toText(a));
-  const std::string &y = sb ? sb->text : (tb = toText(b));
+  std::string_view x = sa ? sa->text.view() : std::string_view(ta = toText(a));
+  std::string_view y = sb ? sb->text.view() : std::string_view(tb = toText(b));
   return x.compare(y);
 }
 

@@ -26,7 +26,7 @@ void bi_dotnet(Context &, int line, const Args &a, Value &r) {
   MString *assembly = asString(a[0]);
   MString *type = asString(a[1]);
   if (!assembly || !type) raise_error(line, "Bad argument type in dotnet()");
-  r = createDotNetObject(line, assembly->text, type->text);
+  r = createDotNetObject(line, assembly->text.str(), type->text.str());
 }
 
 const BuiltinEntry kCom[] = {

@@ -279,7 +279,7 @@ MonoObject *boxed(const Value &v, Pins &pins, int depth) {
     return pins.add(mono_value_box(dom, mono_get_double_class(), &d));
   }
   if (MString *s = asString(v))
-    return pins.add(reinterpret_cast<MonoObject *>(managedString(s->text)));
+    return pins.add(reinterpret_cast<MonoObject *>(managedString(s->text.str())));
   if (MArray *a = asArray(v)) return managedArray(a, mono_get_object_class(), pins, depth);
   return managedOf(v);
 }
@@ -333,9 +333,10 @@ bool toManaged(const Value &v, MonoType *t, ManagedArg &out, Pins &pins, int dep
       out.slot.d = v.number;
       return true;
     case MONO_TYPE_STRING:
-      out.param = v.isNull()
-                      ? nullptr
-                      : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text)));
+      out.param =
+          v.isNull()
+              ? nullptr
+              : pins.add(reinterpret_cast<MonoObject *>(managedString(asString(v)->text.str())));
       return true;
     case MONO_TYPE_SZARRAY:
       if (MArray *a = asArray(v)) {

@@ -247,7 +247,7 @@ class NativeFunction : public MDllFunc {
         return;
       }
       if (MString *str = asString(v)) {
-        texts.push_back(str->text);
+        texts.push_back(str->text.str());
         s.p = texts.back().data();
         return;
       }
@@ -291,14 +291,15 @@ void bi_dllfunc(Context &, int line, const Args &a, Value &r) {
   if (!lib || !text) raise_error(line, "Bad argument type in dllfunc()");
   CDeclaration decl;
   std::string why;
-  if (!parseCDeclaration(text->text, decl, why))
-    raise_message(line, "Bad declaration in dllfunc(): " + why + " in \"" + text->text + "\"");
-  void *h = openLibrary(lib->text, why);
-  if (!h) raise_message(line, "Cannot load library " + lib->text + " in dllfunc(): " + why);
+  const std::string declText = text->text.str(), libName = lib->text.str();
+  if (!parseCDeclaration(declText, decl, why))
+    raise_message(line, "Bad declaration in dllfunc(): " + why + " in \"" + declText + "\"");
+  void *h = openLibrary(libName, why);
+  if (!h) raise_message(line, "Cannot load library " + libName + " in dllfunc(): " + why);
   dlerror();
   void *fn = dlsym(h, decl.name.c_str());
   if (!fn)
-    raise_message(line, "Function " + decl.name + " not found in " + lib->text + " in dllfunc()");
+    raise_message(line, "Function " + decl.name + " not found in " + libName + " in dllfunc()");
   auto f = std::make_unique<NativeFunction>(fn, std::move(decl));
   if (!f->prepare()) raise_error(line, "Bad declaration in dllfunc(): unsupported signature");
   r = Value(f.release());

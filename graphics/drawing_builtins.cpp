@@ -316,7 +316,7 @@ int fontStyle(int line, const Value &v) {
 }
 
 void bi_font(Context &, int line, const Args &a, Value &) {
-  const std::string &name = argString(line, a[0]);
+  const std::string name(argString(line, a[0]));
   double size = whole(line, a[1]);
   if (!(size >= 1 && size <= 1000)) raise_error(line, "Bad argument range in font()");
   int style = a.size() == 3 ? fontStyle(line, a[2]) : 0;
@@ -335,7 +335,7 @@ void bi_update(Context &, int, const Args &a, Value &r) {
 }
 
 void bi_gsave(Context &, int line, const Args &a, Value &r) {
-  const std::string &path = argString(line, a[0]);
+  const std::string path(argString(line, a[0]));
   PictureType type = pictureTypeOf(path);
   if (type == PictureType::Unknown) raise_error(line, "Unknown picture file type in gsave()");
   Drawing d(false);

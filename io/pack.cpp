@@ -438,16 +438,21 @@ Value unpackRecord(PackTemplate &t, std::string_view data) {
     size_t size = typeSize(f.code);
     const char *p = data.data() + f.offset;
     for (size_t i = 0; i < fit; i++) arr->items[i].setNumber(decodeAt(f.code, p + i * size));
-    *h->findValue(f.name) = holder;
+    // The copy keeps the record's entry positions.
+    const_cast<HeldValue &>(h->entries.unordered()[f.entry].second) = holder;
   }
   return result;
 }
 
 std::string packRecord(PackTemplate &t, const MHash &values) {
+  std::string out(t.size, '\0');
+  packRecordInto(t, values, out.data());
+  return out;
+}
+
+void packRecordInto(PackTemplate &t, const MHash &values, char *p) {
   // Zero is encoded as zero bytes in every type, so values that are
   // missing or null need no writing.
-  std::string out(t.size, '\0');
-  char *p = out.data();
   for (PackField &f : t.fields) {
     size_t size = typeSize(f.code);
     const HeldValue *v = fieldValue(values, f);
@@ -461,7 +466,6 @@ std::string packRecord(PackTemplate &t, const MHash &values) {
     for (size_t i = 0; i < given; i++) encodeAt(f.code, packNumber(arr->items[i]), p + i * size);
     p += f.count * size;
   }
-  return out;
 }
 
 }  // namespace marl

@@ -63,6 +63,8 @@ Value unpackRecord(PackTemplate &t, std::string_view data);
 // pack(): the fields' values taken from `values` by name; missing ones are 0.
 // The template remembers where the names were found.
 std::string packRecord(PackTemplate &t, const MHash &values);
+// The same into t.size zero bytes at `out`.
+void packRecordInto(PackTemplate &t, const MHash &values, char *out);
 // Whether the arrays of unpack(), or the bytes of pack(), could ever be held:
 // counts are limited only by memory, checked before anything is allocated.
 bool unpackFitsMemory(const PackTemplate &t);

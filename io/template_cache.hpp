@@ -13,6 +13,9 @@ namespace marl {
 
 class TemplateCache {
  public:
+  TemplateCache() = default;
+  TemplateCache(const TemplateCache &) = delete;  // last_ points into slots_
+  TemplateCache &operator=(const TemplateCache &) = delete;
   // Longer texts are parsed every time instead of being kept, so the cache
   // never holds more than kSlots * kMaxText bytes of template text.
   static constexpr size_t kSlots = 16;
@@ -30,7 +33,8 @@ class TemplateCache {
     uint64_t lastUse = 0;  // 0: empty
   };
   std::array<Slot, kSlots> slots_;
-  Slot scratch_;  // a text too long to keep
+  Slot scratch_;          // a text too long to keep
+  Slot *last_ = nullptr;  // the slot found last: loops ask for one template
   uint64_t clock_ = 0;
 };
 

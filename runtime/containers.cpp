@@ -19,9 +19,18 @@ MRef *MArray::clone() const {
   return a;
 }
 
+// Strings hold nothing, so they are marked here instead of being stacked:
+// an array of a million strings needs no million-entry stack.
 void MArray::pushChildren(MarkStack &stack) const {
-  for (const HeldValue &h : items)
-    if (MRef *o = h.object(); o && !o->marked) stack.push_back(o);
+  const bool sense = registry().markSense;
+  for (const HeldValue &h : items) {
+    MRef *o = h.object();
+    if (!o || o->marked == sense) continue;
+    if (o->type == ObjType::String)
+      o->marked = sense;
+    else
+      stack.push_back(o);
+  }
 }
 
 MRef *MHash::clone() const {
@@ -31,8 +40,14 @@ MRef *MHash::clone() const {
 }
 
 void MHash::pushChildren(MarkStack &stack) const {
+  const bool sense = registry().markSense;
   for (const auto &e : entries.unordered())
-    if (MRef *o = e.second.object(); o && !o->marked) stack.push_back(o);
+    if (MRef *o = e.second.object(); o && o->marked != sense) {
+      if (o->type == ObjType::String)
+        o->marked = sense;
+      else
+        stack.push_back(o);
+    }
 }
 
 bool MString::serialize(BStream &s) const {
@@ -41,7 +56,7 @@ bool MString::serialize(BStream &s) const {
 }
 
 bool MString::deserialize(BStream &s) {
-  text = s.readString();
+  text = std::string_view(s.readString());
   return true;
 }
 

@@ -128,8 +128,18 @@ void appendText(std::string &out, const Value &v) {
     appendObjectTag(out, v.object);
 }
 
+void appendText(MText &out, const Value &v) {
+  if (const MString *s = asString(v)) {
+    out.append(s->text.view());
+    return;
+  }
+  std::string t;
+  appendText(t, v);
+  out.append(t);
+}
+
 std::string toText(const Value &v) {
-  if (const MString *s = asString(v)) return s->text;
+  if (const MString *s = asString(v)) return s->text.str();
   std::string out;
   appendText(out, v);
   return out;
@@ -147,7 +157,7 @@ double argNumber(int line, const Value &v) {
   return v.number;
 }
 
-const std::string &argString(int line, const Value &v) {
+std::string_view argString(int line, const Value &v) {
   const MString *s = asString(v);
   if (!s) raise_error(line, "%s", "Cannot convert arg to string");
   return s->text;

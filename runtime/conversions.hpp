@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "runtime/mtext.hpp"
 #include "runtime/value.hpp"
 
 namespace marl {
@@ -14,6 +15,7 @@ double nanValue();
 // string bytes, "<type:address>" for other objects.
 std::string toText(const Value &v);
 void appendText(std::string &out, const Value &v);
+void appendText(MText &out, const Value &v);
 std::string numberText(double d);
 // Structural rendering, as the console shows results; cut to "..." at depth 11.
 std::string toInspectText(const Value &v, int depth = 0);
@@ -28,7 +30,7 @@ bool parseNumericText(std::string_view s, double &out);
 // Strict argument conversions of built-ins; they raise their message at `line`.
 int32_t argInteger(int line, const Value &v);
 double argNumber(int line, const Value &v);
-const std::string &argString(int line, const Value &v);
+std::string_view argString(int line, const Value &v);
 
 Value toInt32Value(const Value &v);
 Value toUint32Value(const Value &v);

@@ -44,32 +44,77 @@ uint32_t hashOf(std::string_view key) {
   return static_cast<uint32_t>(h ^ (h >> 32));
 }
 
-// Most keys differ in length or first byte: check those before comparing.
-bool sameKey(const std::string &a, std::string_view b) {
-  return a.size() == b.size() &&
-         (b.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), b.size()) == 0));
+// n bytes, n >= 1. Keys are mostly short words: up to 16 bytes take two
+// overlapping loads each side instead of a call to memcmp.
+[[gnu::always_inline]] inline bool sameBytes(const char *p, const char *q, size_t n) {
+  if (n >= 8) {
+    if (n > 16) return std::memcmp(p, q, n) == 0;
+    uint64_t a, b, c, d;
+    std::memcpy(&a, p, 8);
+    std::memcpy(&b, q, 8);
+    std::memcpy(&c, p + n - 8, 8);
+    std::memcpy(&d, q + n - 8, 8);
+    return ((a ^ b) | (c ^ d)) == 0;
+  }
+  if (n >= 4) {
+    uint32_t a, b, c, d;
+    std::memcpy(&a, p, 4);
+    std::memcpy(&b, q, 4);
+    std::memcpy(&c, p + n - 4, 4);
+    std::memcpy(&d, q + n - 4, 4);
+    return ((a ^ b) | (c ^ d)) == 0;
+  }
+  return p[0] == q[0] && p[n >> 1] == q[n >> 1] && p[n - 1] == q[n - 1];
+}
+
+// Most keys differ in length: check that before comparing.
+[[gnu::always_inline]] inline bool sameKey(const std::string &a, std::string_view b) {
+  return a.size() == b.size() && (b.empty() || sameBytes(a.data(), b.data(), b.size()));
 }
 
 }  // namespace
 
 HashTable::HashTable(const HashTable &other)
-    : slots_(other.slots_), index_(other.index_), order_(other.order_), sorted_(other.sorted_) {}
+    : slots_(other.slots_),
+      index_(other.index_),
+      order_(other.order_),
+      sorted_(other.sorted_),
+      hint_(other.hint_) {}
 
 HashTable &HashTable::operator=(const HashTable &other) {
   if (this == &other) return *this;
+  if (slots_.empty()) {
+    // Nothing to release: copy in place (a fresh hash given its entries).
+    slots_ = other.slots_;
+    index_ = other.index_;
+    order_ = other.order_;
+    sorted_ = other.sorted_;
+    hint_ = other.hint_;
+    return *this;
+  }
   HashTable copy(other);
   // The old entries are released last, when `copy` goes.
   slots_.swap(copy.slots_);
   index_.swap(copy.index_);
   order_.swap(copy.order_);
   std::swap(sorted_, copy.sorted_);
+  std::swap(hint_, copy.hint_);
   return *this;
 }
 
 size_t HashTable::locate(std::string_view key) const {
   if (index_.empty()) {
-    for (size_t i = 0; i < slots_.size(); i++)
-      if (sameKey(slots_[i].first, key)) return i;
+    size_t n = slots_.size(), h = hint_;
+    if (h < n && sameKey(slots_[h].first, key)) {
+      hint_ = static_cast<uint32_t>(h + 1);
+      return h;
+    }
+    for (size_t i = 0; i < n; i++) {
+      if (sameKey(slots_[i].first, key)) {
+        hint_ = static_cast<uint32_t>(i + 1);
+        return i;
+      }
+    }
     return kNone;
   }
   uint32_t h = hashOf(key);
@@ -179,7 +224,7 @@ bool HashTable::erase(std::string_view key) {
 }
 
 void HashTable::clear() {
-  std::vector<Entry> gone;
+  PoolVector<Entry> gone;
   gone.swap(slots_);
   index_ = {};
   order_ = {};
@@ -197,7 +242,7 @@ void HashTable::sortKeys() const {
   auto mid = order_.begin() + static_cast<std::ptrdiff_t>(sorted_);
   std::sort(mid, order_.end(), less);
   std::inplace_merge(order_.begin(), mid, order_.end(), less);
-  sorted_ = n;
+  sorted_ = static_cast<uint32_t>(n);
 }
 
 }  // namespace marl

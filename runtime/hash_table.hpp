@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "runtime/pool_allocator.hpp"
 #include "runtime/value.hpp"
 
 namespace marl {
@@ -73,7 +74,7 @@ class HashTable {
   const_iterator end() const { return {this, slots_.size()}; }
 
   // In no particular order, for walks that don't show it (marking, copying).
-  const std::vector<Entry> &unordered() const { return slots_; }
+  const PoolVector<Entry> &unordered() const { return slots_; }
 
  private:
   static constexpr size_t kNone = SIZE_MAX;
@@ -95,11 +96,14 @@ class HashTable {
   void removeSlot(size_t slot);
   void sortKeys() const;
 
-  std::vector<Entry> slots_;
+  PoolVector<Entry> slots_;
   std::vector<Cell> index_;  // empty while scanning is cheaper; size a power of 2
   // Positions of the entries in key order, for the first `sorted_` entries.
   mutable std::vector<uint32_t> order_;
-  mutable size_t sorted_ = 0;
+  mutable uint32_t sorted_ = 0;  // entries are limited to 32-bit positions
+  // While the keys are scanned: the position after the last key found,
+  // tried first. Records are mostly filled and read field after field.
+  mutable uint32_t hint_ = 0;
 };
 
 }  // namespace marl

@@ -1,14 +1,14 @@
 // Script arrays: a growable sequence of owned elements, indexed from 0.
 #pragma once
-#include <vector>
-
+#include "runtime/pool_allocator.hpp"
 #include "runtime/value.hpp"
 
 namespace marl {
 
 class MArray : public MRef {
  public:
-  std::vector<HeldValue> items;
+  using Items = PoolVector<HeldValue>;
+  Items items;
 
   MArray() : MRef(ObjType::Array) {}
   explicit MArray(size_t n) : MRef(ObjType::Array), items(n) {}

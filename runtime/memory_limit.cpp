@@ -37,8 +37,10 @@ uint64_t processMemoryLimit() {
   return std::min(cap, system);
 }
 
+// A multiplication, not a division: pack() and unpack() ask on every call.
 bool beyondMemory(uint64_t count, uint64_t itemSize) {
-  return itemSize != 0 && count > processMemoryLimit() / itemSize;
+  uint64_t bytes;
+  return __builtin_mul_overflow(count, itemSize, &bytes) || bytes > processMemoryLimit();
 }
 
 }  // namespace marl

@@ -28,24 +28,34 @@ void unlink(MRef *o) {
 }
 
 void markFrom(MarkStack &stack) {
+  const bool sense = registry().markSense;
   while (!stack.empty()) {
     MRef *o = stack.back();
     stack.pop_back();
-    if (o->marked) continue;
-    o->marked = true;
+    if (o->marked == sense) continue;
+    o->marked = sense;
     o->pushChildren(stack);
   }
 }
 
+// Gives every object the same mark: `marked` true leaves them all marked
+// in the current collection, false all unmarked.
+void setAllMarks(bool marked) {
+  const bool value = marked == registry().markSense;
+  for (RegistryLink *list : {&registry().head, &registry().leaves})
+    for (RegistryLink *l = list->next; l != list; l = l->next)
+      static_cast<MRef *>(l)->marked = value;
+}
+
 void markPhase() {
-  for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next)
-    static_cast<MRef *>(l)->marked = false;
   MarkStack stack;
   if (rootMarker) rootMarker(stack);
   markFrom(stack);
+  // Locked strings are kept by the sweep instead: they have nothing to mark.
+  const bool sense = registry().markSense;
   for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
     MRef *o = static_cast<MRef *>(l);
-    if (o->locks != 0 && !o->marked) {
+    if (o->locks != 0 && o->marked != sense) {
       stack.push_back(o);
       markFrom(stack);
     }
@@ -54,13 +64,16 @@ void markPhase() {
 
 }  // namespace
 
-MRef::MRef(ObjType t) : type(t) {
+// A new object carries the current sense, which the next collection's flip
+// turns into "unmarked".
+MRef::MRef(ObjType t) : marked(registry().markSense), type(t) {
   MObjMan &r = registry();
-  RegistryLink *last = r.head.prev;
+  RegistryLink &list = t == ObjType::String ? r.leaves : r.head;
+  RegistryLink *last = list.prev;
   prev = last;
-  next = &r.head;
+  next = &list;
   last->next = this;
-  r.head.prev = this;
+  list.prev = this;
   r.count++;
 }
 
@@ -78,7 +91,12 @@ void counterUnderflow(const char *which) { raise_error(0, "%s", which); }
 
 void destroyObject(MRef *o) {
   if (registry().draining) {
-    registry().pendingFree.push_back(o);
+    // A string holds nothing, so freeing it at once cannot recurse; a
+    // dropped array of a million strings then needs no million-entry list.
+    if (o->type == ObjType::String)
+      delete o;
+    else
+      registry().pendingFree.push_back(o);
     return;
   }
   registry().draining = true;
@@ -103,19 +121,28 @@ void finalizeHandle(MHandle *h) {
 void collect(bool runFinalizers) {
   if (registry().collecting) return;
   registry().collecting = true;
+  registry().markSense = !registry().markSense;  // every object is unmarked now
   try {
     markPhase();
-    if (runFinalizers) {
+    if (runFinalizers && registry().handles != 0) {
+      const bool sense = registry().markSense;
       std::vector<MHandle *> due;
       for (RegistryLink *l = registry().head.next; l != &registry().head; l = l->next) {
         MRef *o = static_cast<MRef *>(l);
-        if (o->type == ObjType::Handle && !o->marked && !static_cast<MHandle *>(o)->finalized)
+        if (o->type == ObjType::Handle && o->marked != sense &&
+            !static_cast<MHandle *>(o)->finalized)
           due.push_back(static_cast<MHandle *>(o));
       }
       for (MHandle *h : due) finalizeHandle(h);
-      if (!due.empty()) markPhase();
+      if (!due.empty()) {
+        // Objects the finalizers made carry the current sense: unmark all.
+        setAllMarks(false);
+        markPhase();
+      }
     }
   } catch (...) {
+    // All marked, so that the next collection's flip unmarks them all.
+    setAllMarks(true);
     registry().collecting = false;
     throw;
   }
@@ -123,11 +150,19 @@ void collect(bool runFinalizers) {
   // survivors are simply dropped, so every destruction is independent and
   // the walk can keep its place instead of restarting.
   registry().sweeping = true;
+  const bool sense = registry().markSense;
   RegistryLink *l = registry().head.next;
   while (l != &registry().head) {
     RegistryLink *next = l->next;
     MRef *o = static_cast<MRef *>(l);
-    if (!o->marked) delete o;
+    if (o->marked != sense) delete o;
+    l = next;
+  }
+  l = registry().leaves.next;
+  while (l != &registry().leaves) {
+    RegistryLink *next = l->next;
+    MRef *o = static_cast<MRef *>(l);
+    if (o->marked != sense && o->locks == 0) delete o;
     l = next;
   }
   registry().sweeping = false;
@@ -147,6 +182,7 @@ void collectAndAdjust() {
 
 MObjMan::MObjMan() {
   head.prev = head.next = &head;
+  leaves.prev = leaves.next = &leaves;
   if (detail::currentRegistry) {
     std::fputs("Internal error in MObjMan: a second registry\n", stderr);
     std::abort();
@@ -158,6 +194,7 @@ MObjMan::~MObjMan() {
   // While sweeping, holders release nothing, so every object goes exactly once.
   sweeping = true;
   while (head.next != &head) delete static_cast<MRef *>(head.next);
+  while (leaves.next != &leaves) delete static_cast<MRef *>(leaves.next);
   detail::currentRegistry = nullptr;
 }
 

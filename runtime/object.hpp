@@ -24,7 +24,8 @@ class MRef : public RegistryLink {
  public:
   int32_t refs = 0;
   int32_t locks = 0;
-  bool marked = false;
+  // Marked in the current collection when equal to registry().markSense.
+  bool marked;
   ObjType type;
 
   explicit MRef(ObjType t = ObjType::Other);
@@ -44,14 +45,22 @@ class MRef : public RegistryLink {
   virtual void pushChildren(MarkStack &) const {}
 };
 
-// The registry. Objects sit in an intrusive list, so entering and leaving it
-// is O(1); its order (creation order) is not observable by scripts.
+// The registry. Objects sit in intrusive lists, so entering and leaving them
+// is O(1); their order (creation order) is not observable by scripts.
+// Strings have a list of their own: they hold nothing, so the collector's
+// search for locked objects to mark from can pass them by.
 // One lives in the interpreter state; while it exists it is the registry every
 // object enters, and destroying it is the last release of every object left.
 struct MObjMan {
-  RegistryLink head;  // sentinel of the circular list
+  RegistryLink head;    // sentinel of the circular list of all but strings
+  RegistryLink leaves;  // sentinel of the strings' list
   size_t count = 0;
   size_t threshold = 16;
+  size_t handles = 0;  // live MHandles: without any, no finalizer can be due
+  // The value of MRef::marked that means "marked". Each collection flips it,
+  // which unmarks every object at once: no walk clears the marks, and the
+  // sweep writes nothing into the survivors.
+  bool markSense = false;
   bool collecting = false;
   bool sweeping = false;
   bool draining = false;            // freeing objects whose counters reached 0
@@ -127,7 +136,8 @@ class MHandle : public MRef {
   // Held like container elements, so a handle in a cycle is still collected.
   HeldValue finalizer;  // an MFuncRef
   HeldValue argument;
-  MHandle() : MRef(ObjType::Handle) {}
+  MHandle() : MRef(ObjType::Handle) { registry().handles++; }
+  ~MHandle() override { registry().handles--; }
   const char *typeName() const override { return "handle"; }
   void pushChildren(MarkStack &stack) const override {
     if (MRef *o = finalizer.object()) stack.push_back(o);

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "runtime/object.hpp"
+#include "runtime/pool_allocator.hpp"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define MARL_PLAIN_OBJECT_STORAGE 1
@@ -62,7 +63,7 @@ void *carve(size_t bytes) {
 
 }  // namespace
 
-void *MRef::operator new(size_t size) {
+void *poolAllocate(size_t size) {
   if (kPooled && size <= kLargest) {
     size_t cls = (size + kGrain - 1) / kGrain;
     if (FreeCell *c = pools.free[cls]) {
@@ -74,7 +75,7 @@ void *MRef::operator new(size_t size) {
   return ::operator new(size);
 }
 
-void MRef::operator delete(void *p, size_t size) {
+void poolFree(void *p, size_t size) noexcept {
   if (!p) return;
   if (kPooled && size <= kLargest) {
     size_t cls = (size + kGrain - 1) / kGrain;
@@ -85,5 +86,9 @@ void MRef::operator delete(void *p, size_t size) {
   }
   ::operator delete(p);
 }
+
+void *MRef::operator new(size_t size) { return poolAllocate(size); }
+
+void MRef::operator delete(void *p, size_t size) { poolFree(p, size); }
 
 }  // namespace marl

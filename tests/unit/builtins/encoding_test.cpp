@@ -28,10 +28,10 @@ Value call(const char *name, const Value &a, const Value &b) {
 }
 
 std::string encode(std::string text, const char *type) {
-  return asString(call("encode", makeString(std::move(text)), makeString(type)))->text;
+  return asString(call("encode", makeString(std::move(text)), makeString(type)))->text.str();
 }
 std::string decode(std::string bytes, const char *type) {
-  return asString(call("decode", makeString(std::move(bytes)), makeString(type)))->text;
+  return asString(call("decode", makeString(std::move(bytes)), makeString(type)))->text.str();
 }
 
 std::string errorOf(const char *name, const Value &a, const Value &b) {

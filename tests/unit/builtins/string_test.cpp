@@ -19,7 +19,7 @@ std::string text(const char *name, const std::vector<Value> &args) {
   Value v = call(name, args);
   MString *s = asString(v);
   EXPECT_NE(s, nullptr) << name << " did not return a string";
-  return s ? s->text : std::string();
+  return s ? s->text.str() : std::string();
 }
 
 double number(const char *name, const std::vector<Value> &args) {

@@ -12,6 +12,7 @@
 #include "frontend/names.hpp"
 #include "frontend/symbols.hpp"
 #include "runtime/conversions.hpp"
+#include "runtime/error.hpp"
 #include "runtime/marray.hpp"
 #include "runtime/mstring.hpp"
 #include "runtime/object.hpp"
@@ -33,6 +34,7 @@ constexpr const char *kFinalizers =
     "}\n"
     "function keep(x) { kept = x; }\n"
     "function tell(x) { record(type(x) + suffix); }\n"
+    "function litter(x) { var a = [0]; var b = [a]; a[0] = b; kept = \"k\"; }\n"
     "log = \"\"; suffix = \"!\"; kept = null;\n";
 
 class Finalizers : public ::testing::Test {
@@ -116,6 +118,35 @@ TEST_F(Finalizers, CollectorFinalizesOnlyUnreachableHandlesAndKeepsWhatTheyStore
 
   finalCleanup();
   EXPECT_EQ(global("log"), "r;");
+}
+
+// What a finalizer makes and drops is garbage of the same collection; what
+// it stores in a global stays.
+TEST_F(Finalizers, GarbageMadeByAFinalizerGoesInTheSameCollection) {
+  collect(true);
+  size_t before = registry().count;
+  cyclicHandle("litter");
+  collect(true);
+  EXPECT_EQ(registry().count, before + 1);  // the text stored in `kept`
+  EXPECT_EQ(global("kept"), "k");
+}
+
+// A collection cut short by a failing finalizer leaves no marks behind that
+// would keep the next collection's garbage.
+TEST_F(Finalizers, CollectionAfterAFailedFinalizerFreesAllGarbage) {
+  collect(true);
+  size_t before = registry().count;
+  cyclicHandle("bad");
+  {
+    MArray *a = new MArray();
+    MArray *b = new MArray();
+    Value va(a), vb(b);
+    a->push(vb);
+    b->push(va);
+  }
+  EXPECT_THROW(collect(true), ScriptError);
+  collect(true);
+  EXPECT_EQ(registry().count, before);
 }
 
 TEST_F(Finalizers, TeardownRunsTheCleanupWhileGlobalsStillExist) {

@@ -53,7 +53,7 @@ Value hash(std::initializer_list<std::pair<const char *, Value>> entries) {
   return v;
 }
 
-const std::string &bytes(const Value &v) { return asString(v)->text; }
+std::string bytes(const Value &v) { return asString(v)->text.str(); }
 
 long long pksize(const char *t) {
   PackTemplate tp;

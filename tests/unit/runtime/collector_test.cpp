@@ -109,6 +109,68 @@ TEST(Collector, LongChainFreedByCountingWithoutRecursion) {
   EXPECT_EQ(live(), before);
 }
 
+// Strings are roots when locked, like every object, though the collector
+// never marks from them.
+TEST(Collector, LockedStringsSurviveUnlockedGarbageStringsGo) {
+  collect(true);
+  size_t before = live();
+  Value alone = makeString("alone");
+  {
+    MArray *a = new MArray();
+    Value va(a);
+    a->push(va);
+    a->push(makeString("in a cycle"));
+  }
+  EXPECT_EQ(live(), before + 3);
+  collect(true);
+  EXPECT_EQ(live(), before + 1);
+  EXPECT_TRUE(asString(alone)->text == std::string_view("alone"));
+  collect(true);
+  EXPECT_EQ(live(), before + 1);
+}
+
+// Marks left over from one collection would keep the next one's garbage.
+TEST(Collector, SurvivorsOfOneCollectionCanDieInTheNext) {
+  collect(true);
+  size_t before = live();
+  MArray *outer = new MArray();
+  Value keep(outer);
+  {
+    MArray *a = new MArray();
+    MArray *b = new MArray();
+    Value va(a), vb(b);
+    a->push(vb);
+    b->push(va);
+    a->push(makeString("held by a cycle"));
+    MHash *h = new MHash();
+    b->push(Value(h));
+    h->set("k", makeString("held by a hash in the cycle"));
+    outer->push(va);
+  }
+  collect(true);
+  EXPECT_EQ(live(), before + 6);
+  outer->items.clear();
+  collect(true);
+  EXPECT_EQ(live(), before + 1);
+}
+
+TEST(Collector, DroppedNestingOfManyStringsIsFreed) {
+  size_t before = live();
+  {
+    MArray *outer = new MArray();
+    Value holder(outer);
+    MArray *inner = new MArray(200000);
+    outer->push(Value(inner));
+    for (size_t i = 0; i < inner->size(); i++) inner->items[i] = makeString(std::to_string(i));
+    MHash *h = new MHash();
+    outer->push(Value(h));
+    h->set("s", makeString("x"));
+    collect(true);
+    EXPECT_EQ(live(), before + 200004);
+  }
+  EXPECT_EQ(live(), before);
+}
+
 TEST(Collector, AutomaticThresholdFollowsLiveCount) {
   collect(true);
   std::vector<Value> keep;

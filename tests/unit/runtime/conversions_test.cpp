@@ -193,7 +193,7 @@ TEST(ArgConversions, AcceptedValuesAndMessages) {
   EXPECT_EQ(argInteger(1, Value::boolean(true)), 1);
   EXPECT_EQ(argNumber(1, Value::boolean(false)), 0);
   Value s = makeString("abc");
-  EXPECT_EQ(&argString(1, s), &asString(s)->text);
+  EXPECT_EQ(argString(1, s).data(), asString(s)->text.data());
 
   const char *intMsg = "error [7]: Cannot convert arg to integer";
   for (const Value &v : {Value::num(2.5), Value::num(2147483648.0), Value::num(-2147483649.0),

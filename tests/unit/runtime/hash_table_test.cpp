@@ -84,6 +84,34 @@ TEST(HashTable, MatchesAnOrderedMapThroughRandomChanges) {
   }
 }
 
+// Keys of every length that differ in one byte only, in scanned tables (a
+// few keys) and indexed ones (many): each byte takes part in the compare.
+TEST(HashTable, KeysDifferingInOneByteAreDistinct) {
+  for (size_t len = 1; len <= 40; len++) {
+    HashTable t;
+    std::string base(len, 'k');
+    base[len / 3] = '\0';
+    t.set(base, Value::num(-1));
+    for (size_t at = 0; at < len; at++) {
+      std::string other = base;
+      other[at] ^= 0x41;
+      EXPECT_EQ(t.find(other), nullptr) << len << " " << at;
+    }
+    for (size_t at = 0; at < len; at++) {
+      std::string other = base;
+      other[at] ^= 0x41;
+      t.set(other, Value::num(static_cast<double>(at)));
+    }
+    ASSERT_EQ(t.size(), len + 1);
+    EXPECT_EQ(t.find(base)->number(), -1);
+    for (size_t at = 0; at < len; at++) {
+      std::string other = base;
+      other[at] ^= 0x41;
+      EXPECT_EQ(t.find(other)->number(), static_cast<double>(at)) << len << " " << at;
+    }
+  }
+}
+
 TEST(HashTable, KeysRemovedAndAddedAgainKeepByteOrder) {
   HashTable t;
   Reference ref;

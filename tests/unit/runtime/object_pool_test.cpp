@@ -73,3 +73,31 @@ TEST(ObjectStorage, ContainersSurviveNeighboursDying) {
 
 }  // namespace
 }  // namespace marl
+
+namespace marl {
+namespace {
+
+// Element vectors share the pools with objects: growing through every
+// cell size and past the largest, with objects made in between, keeps
+// every element.
+TEST(ObjectStorage, ElementVectorsGrowAndShrinkAmongObjects) {
+  std::vector<MArray::Items> vectors(50);
+  std::vector<Value> objects;
+  for (size_t n = 1; n <= 80; n++) {
+    for (size_t v = 0; v < vectors.size(); v++) {
+      vectors[v].emplace_back(Value::num(static_cast<double>(v * 1000 + n)));
+      objects.push_back(makeString("between"));
+    }
+    if (n % 10 == 0) objects.clear();
+  }
+  for (size_t v = 0; v < vectors.size(); v++) {
+    ASSERT_EQ(vectors[v].size(), 80u);
+    for (size_t n = 1; n <= 80; n++) ASSERT_EQ(vectors[v][n - 1].number(), double(v * 1000 + n));
+    vectors[v].resize(3);
+    vectors[v].shrink_to_fit();
+    EXPECT_EQ(vectors[v][2].number(), double(v * 1000 + 3));
+  }
+}
+
+}  // namespace
+}  // namespace marl
