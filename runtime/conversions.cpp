@@ -133,6 +133,13 @@ void appendText(MText &out, const Value &v) {
     out.append(s->text.view());
     return;
   }
+  if (v.kind == Kind::Number && std::isfinite(v.number) &&
+      (current->isDefault || current->applying)) {
+    // The common case without a temporary string.
+    char buf[32];
+    out.append(buf, defaultNumber(buf, v.number));
+    return;
+  }
   std::string t;
   appendText(t, v);
   out.append(t);
